@@ -1,0 +1,111 @@
+// The one loop over MMS header fields (OMA-MMS-ENC 7). A message kind is a table from field code
+// to the routine that reads its value and the record member that it fills; what is special about
+// a kind is a property beside the table. All reading is through the bounded reader.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "Protocol/src/MMSProl_Records.h"
+#include "Protocol/src/pdu_writer.h"
+#include "Protocol/src/wsp_reader.h"
+
+namespace mmskit {
+
+class HeaderContext;
+
+enum class Step : uint8_t { next, done, fail };
+
+inline constexpr uint32_t nowhere = UINT32_MAX;
+
+// One row. `read` stands behind the code byte and takes the whole value.
+struct HeaderField {
+    uint8_t code;
+    Step (*read)(HeaderContext& context, const HeaderField& field);
+    uint32_t to = nowhere;    // offset of the member of the record
+    uint32_t also = nowhere;  // and of the second one, where a value has two
+};
+
+// What a field code of the range does that has no row.
+enum class Unlisted : uint8_t { fail, read_over };
+
+struct MessageSyntax {
+    MessageKind kind;
+    uint8_t message_type;    // the only X-Mms-Message-Type that header_value::message_type takes
+    const char* wrong_type;  // the reason given for another one
+    int32_t least_length;    // a shorter PDU is refused
+    uint8_t first_code;      // a code outside first_code to last_code is refused
+    uint8_t last_code;
+    Unlisted unlisted;
+    bool textual_names;  // a byte below 0x80 begins a header's textual name, which is read over
+    const HeaderField* fields;
+    size_t field_count;
+};
+
+// A new record of the syntax's kind, or null with the reason noted.
+[[nodiscard]] void* parse_message(const MessageSyntax& syntax, const uint8_t* pdu, int32_t length);
+
+// The state of one parse: the reader, the record, and the address lists under construction.
+class HeaderContext {
+  public:
+    HeaderContext(const MessageSyntax& kind, BoundedReader input, void* target)
+        : syntax(kind), in(input), record_(target) {}
+
+    // Reads header fields until the input is used up or one of them ends the parse.
+    [[nodiscard]] bool read_headers();
+
+    template <typename T>
+    T& member(uint32_t offset) const {
+        return *static_cast<T*>(static_cast<void*>(static_cast<char*>(record_) + offset));
+    }
+    [[nodiscard]] Step fail(const char* why) {
+        reason_ = why;
+        return Step::fail;
+    }
+    // Joins an address to the list that will be stored at `to`, with ";" between.
+    void join_address(uint32_t to, const char* address);
+
+    const char* reason() const { return reason_; }
+    uint64_t field_start() const { return field_start_; }
+
+    const MessageSyntax& syntax;
+    BoundedReader in;
+
+  private:
+    // A list grows here rather than in the record, so that n headers cost linear time.
+    struct AddressList {
+        uint32_t to = nowhere;
+        PduWriter text;
+    };
+
+    Step read_header();
+    [[nodiscard]] bool store_lists();
+
+    void* record_;
+    std::array<AddressList, 3> lists_;  // To, Cc and Bcc
+    uint64_t field_start_ = 0;
+    const char* reason_ = nullptr;
+};
+
+// The value routines of the rows. Those that store a text replace an earlier one.
+namespace header_value {
+
+Step text(HeaderContext& context, const HeaderField& field);
+Step encoded_string(HeaderContext& context, const HeaderField& field);
+Step from(HeaderContext& context, const HeaderField& field);
+Step address_list(HeaderContext& context, const HeaderField& field);
+Step octet(HeaderContext& context, const HeaderField& field);
+Step yes_no(HeaderContext& context, const HeaderField& field);
+Step message_class(HeaderContext& context, const HeaderField& field);
+Step message_type(HeaderContext& context, const HeaderField& field);
+Step long_integer(HeaderContext& context, const HeaderField& field);
+// Copies everything from the field code on to `to`, its length to `also`, and ends the parse.
+Step content(HeaderContext& context, const HeaderField& field);
+Step skip_octet(HeaderContext& context, const HeaderField& field);
+Step skip_text(HeaderContext& context, const HeaderField& field);
+// A one-byte length and that many bytes.
+Step skip_counted(HeaderContext& context, const HeaderField& field);
+
+}  // namespace header_value
+}  // namespace mmskit

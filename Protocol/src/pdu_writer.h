@@ -1,0 +1,98 @@
+// The one writer under all encoding. It grows, and its failure is sticky: write everything, ask
+// once. A measuring writer counts without storing, so the pass that measures a length is the
+// pass that writes it. Sizes are 64-bit; a result over 32 bits is a failure.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "scshare/common/src/owned.h"
+
+namespace mmskit {
+
+class PduWriter {
+  public:
+    // Grows as needed. `capacity` is reserved at once: with the exact size known (from a
+    // measuring pass) there is one allocation and no copy.
+    explicit PduWriter(uint64_t capacity = 0) {
+        if (capacity != 0) reserve(capacity);
+    }
+    // Counts only.
+    static PduWriter measuring() {
+        PduWriter w;
+        w.mode_ = Mode::measure;
+        return w;
+    }
+    // Over the caller's memory of unknown size: for the cursor routines that carry no length.
+    static PduWriter onto(uint8_t* out) {
+        PduWriter w;
+        w.mode_ = Mode::borrowed;
+        w.borrowed_ = out;
+        return w;
+    }
+
+    void byte(uint8_t value) { bytes(&value, 1); }
+    void bytes(const void* data, uint64_t count) {
+        uint8_t* to = room(count);
+        if (to != nullptr && count != 0) std::memcpy(to, data, static_cast<size_t>(count));
+        size_ += count;
+    }
+    // The text and its NUL; a null text is an empty one.
+    void text(const char* s) {
+        bytes(s != nullptr ? s : "", (s != nullptr ? std::strlen(s) : 0) + 1);
+    }
+
+    uint64_t size() const { return size_; }
+    bool failed() const { return failed_; }
+
+    // Gives the buffer away and stores its length; null, with *length as it was, when any write
+    // failed or the size does not fit in 32 bits. An empty result is a block of no bytes.
+    [[nodiscard]] uint8_t* release(uint32_t* length) {
+        if (mode_ != Mode::grow) return nullptr;
+        if (buffer_.get() == nullptr) reserve(1);
+        if (failed_ || size_ > UINT32_MAX) return nullptr;
+        *length = static_cast<uint32_t>(size_);
+        return buffer_.release();
+    }
+
+  private:
+    enum class Mode : uint8_t { grow, measure, borrowed };
+
+    // Where `count` bytes go, or null when they are only counted or cannot be stored.
+    uint8_t* room(uint64_t count) {
+        if (mode_ == Mode::measure) return nullptr;
+        if (mode_ == Mode::borrowed) return borrowed_ + size_;
+        if (size_ + count > capacity_) {
+            reserve(grown_capacity(size_ + count));
+        }
+        return failed_ ? nullptr : buffer_.get() + size_;
+    }
+    // Doubles, so that appending costs linear time in all; never past 32 bits by doubling alone.
+    uint64_t grown_capacity(uint64_t needed) const {
+        uint64_t doubled = capacity_ < minimum_capacity ? minimum_capacity : capacity_ * 2;
+        if (doubled > UINT32_MAX) doubled = UINT32_MAX;
+        return doubled > needed ? doubled : needed;
+    }
+    void reserve(uint64_t capacity) {
+        if (failed_) return;
+        OwnedBytes larger(static_cast<uint8_t*>(allocate(capacity)));
+        if (!larger) {
+            failed_ = true;
+            return;
+        }
+        if (size_ != 0) std::memcpy(larger.get(), buffer_.get(), static_cast<size_t>(size_));
+        buffer_ = static_cast<OwnedBytes&&>(larger);
+        capacity_ = capacity;
+    }
+
+    static constexpr uint64_t minimum_capacity = 64;
+
+    OwnedBytes buffer_;
+    uint8_t* borrowed_ = nullptr;
+    uint64_t size_ = 0;
+    uint64_t capacity_ = 0;
+    Mode mode_ = Mode::grow;
+    bool failed_ = false;
+};
+
+}  // namespace mmskit

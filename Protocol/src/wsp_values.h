@@ -1,0 +1,64 @@
+// WSP values (WAP-230 8.4) over the bounded reader and the writer: what the PDU layer is made of.
+// The named cursor routines of wsp.h are thin faces over these.
+#pragma once
+
+#include <mmskit/wsp.h>
+
+#include <cstdint>
+
+#include "Protocol/src/pdu_writer.h"
+#include "Protocol/src/wsp_reader.h"
+#include "scshare/common/src/owned.h"
+
+namespace mmskit {
+
+// Octets that mark a form of value (WAP-230 8.4.2.1).
+namespace wsp {
+inline constexpr uint8_t longest_short_length = 30;  // a length in a single octet
+inline constexpr uint8_t length_quote = 31;          // a uintvar length follows
+inline constexpr uint8_t text_quote = 0x7F;          // before a text whose first byte is >= 0x80
+inline constexpr uint8_t short_integer = 0x80;       // or'ed with a value of 0 to 127
+inline constexpr uint32_t us_ascii = 3;              // character sets: IANA MIBenum
+inline constexpr uint32_t utf_8 = 106;
+}  // namespace wsp
+
+// ---- Reading ------------------------------------------------------------------------------
+// A reader of a text gives false only when memory is out; `out` is then untouched and the cursor
+// has moved past the value all the same.
+
+uint32_t read_uintvar(BoundedReader& in);
+// 0 to 30 or length-quote and uintvar; a first octet above 31 gives 0 and is not consumed.
+uint32_t read_value_length(BoundedReader& in);
+// The long integer whose length octet stands at the cursor, which does not move.
+uint32_t long_integer_at(BoundedReader in);
+
+[[nodiscard]] bool read_text(BoundedReader& in, OwnedText& out);
+// As read_text(), without a leading quote (0x7F).
+[[nodiscard]] bool read_quoted_text(BoundedReader& in, OwnedText& out);
+// `out` becomes null for a character set that is not read.
+[[nodiscard]] bool read_encoded_string(BoundedReader& in, OwnedText& out);
+[[nodiscard]] bool read_address(BoundedReader& in, OwnedText& out);
+
+struct ContentTypeFree {
+    void operator()(tMMS_ContentType* type) const;
+};
+using OwnedContentType = Owned<tMMS_ContentType, ContentTypeFree>;
+
+// A whole Content-type field; the cursor ends after its total length. Null when memory is out.
+OwnedContentType read_content_type(BoundedReader& in);
+
+// ---- Writing ------------------------------------------------------------------------------
+
+void write_uintvar(PduWriter& out, uint32_t value);
+void write_value_length(PduWriter& out, uint32_t length);
+// Octet count and octets of a value above 0; nothing for 0 or for 0x80000000 and above.
+void write_long_integer(PduWriter& out, uint32_t value);
+void write_quoted_text(PduWriter& out, const char* text);
+void write_encoded_string(PduWriter& out, const char* text);
+// True when the phone-number suffix was written.
+bool write_address(PduWriter& out, const char* address);
+void write_receivers(PduWriter& out, const char* list, uint8_t code);
+// The well-known code as a short integer, or the type as text; a null type is an empty text.
+void write_media_type(PduWriter& out, const char* type);
+
+}  // namespace mmskit
