@@ -18,40 +18,53 @@ extern "C" {
 
 /* ---- Message records ------------------------------------------------------------------- */
 
+/* A record's kind is the library's own number, not the message type of the wire:
+ *
+ *   1 tMMS_SendReq           m-send-req         7 tMMS_AcknowledgeInd  m-acknowledge-ind
+ *   2 tMMS_SendConf          m-send-conf        8 tMMS_ReadRecInd      m-read-rec-ind
+ *   3 tMMS_NotificationInd   m-notification-ind 9 tMMS_ReadOrigInd     m-read-orig-ind
+ *   4 tMMS_RetrieveConf      m-retrieve-conf   10 tMMS_ForwardReq      m-forward-req
+ *   5 tMMS_DeliveryInd       m-delivery-ind    11 tMMS_SendConf        m-forward-conf
+ *   6 tMMS_NotifyRespInd     m-notifyresp-ind
+ *
+ * A recipient list is one text, its addresses separated by ";", without the "/TYPE=" suffixes.
+ * An absolute time counts seconds since 1970-01-01 UTC, a relative one seconds from now. */
+
 typedef struct tMMS_SendReq {
-    uint32_t bDeliveryReport;
+    uint32_t bDeliveryReport; /* nonzero asks for the report */
     uint32_t bReadReport;
-    uint32_t bSenderVisible;
+    uint32_t bSenderVisible; /* nonzero shows the sender; a new record: 1 */
     char* pTransactionId;
-    char* From;
+    char* From; /* null lets the relay insert it */
     char* pTo;
     char* pCc;
     char* pBcc;
-    char* pSubject;
-    uint8_t* pContent;
-    uint8_t bMessageClass;
-    uint8_t bPriority;
+    char* pSubject;        /* UTF-8 */
+    uint8_t* pContent;     /* the body, from its Content-Type header on */
+    uint8_t bMessageClass; /* 0 personal, 1 advertisement, 2 informational, 3 auto */
+    uint8_t bPriority;     /* 0 low, 1 normal, 2 high; a new record: 1 */
     uint32_t iDate;
-    uint32_t bExpiryRelative;
+    uint32_t bExpiryRelative; /* nonzero: iExpiry is relative; a new record: 1 */
     uint32_t iExpiry;
-    uint32_t bDeliveryTimeRelative;
+    uint32_t bDeliveryTimeRelative; /* as above; a new record: 1 */
     uint32_t iDeliveryTime;
-    uint32_t iContentLen;
+    uint32_t iContentLen; /* bytes at pContent */
 } tMMS_SendReq;
 
+/* New records: kind 2 has the message type 0x81 and the version 0x92, kind 11 has zeros. */
 typedef struct tMMS_SendConf {
     uint8_t bMessageType;
     uint8_t bVersion;
-    uint8_t bResponseStatus;
+    uint8_t bResponseStatus; /* the byte as received */
     char* pTransactionId;
     char* pResponseText;
     char* pMessageId;
 } tMMS_SendConf;
 
 typedef struct tMMS_NotificationInd {
-    uint8_t bMessageClass;
-    uint8_t bPriority;
-    uint8_t bExpiryToken;
+    uint8_t bMessageClass; /* the bytes as received: 0x80 personal, ... */
+    uint8_t bPriority;     /* 0x80 low, 0x81 normal, 0x82 high */
+    uint8_t bExpiryToken;  /* 0x80 absolute, 0x81 relative */
     uint32_t iMessageSize;
     uint32_t iExpiry;
     char* pTransactionId;
@@ -61,48 +74,48 @@ typedef struct tMMS_NotificationInd {
 } tMMS_NotificationInd;
 
 typedef struct tMMS_RetrieveConf {
-    uint32_t bDeliveryReport;
+    uint32_t bDeliveryReport; /* 1 or 0 */
     uint32_t bReadReport;
-    uint8_t bMessageClass;
-    uint8_t bPriority;
+    uint8_t bMessageClass; /* as received; 0x80 also for a class given as text */
+    uint8_t bPriority;     /* as received */
     uint32_t iDate;
-    uint32_t iBodyLen;
-    uint8_t* pBody;
+    uint32_t iBodyLen; /* bytes at pBody */
+    uint8_t* pBody;    /* the body from its Content-Type header on, a copy; null without one */
     char* pTransactionId;
     char* pMessageId;
     char* From;
     char* pTo;
     char* pCc;
-    char* pSubject;
+    char* pSubject; /* UTF-8; null also when its character set is not supported */
 } tMMS_RetrieveConf;
 
 typedef struct tMMS_DeliveryInd {
-    uint8_t bStatus;
+    uint8_t bStatus; /* X-Mms-Status as received */
     char* pMessageId;
     char* pTo;
     uint32_t iDate;
 } tMMS_DeliveryInd;
 
 typedef struct tMMS_NotifyRespInd {
-    uint8_t bMessageType;
-    uint8_t bVersion;
+    uint8_t bMessageType; /* a new record: 0x83 */
+    uint8_t bVersion;     /* a new record: 0x92 */
     uint8_t bStatus;
     uint8_t bReportAllowed;
     char* pTransactionId;
 } tMMS_NotifyRespInd;
 
 typedef struct tMMS_AcknowledgeInd {
-    uint8_t bMessageType;
-    uint8_t bVersion;
+    uint8_t bMessageType; /* a new record: 0x85 */
+    uint8_t bVersion;     /* a new record: 0x92 */
     uint8_t bReportAllowed;
     char* pTransactionId;
 } tMMS_AcknowledgeInd;
 
 typedef struct tMMS_ReadRecInd {
     char* pMessageId;
-    char* pTo;
-    char* pReserved;
-    uint8_t bReadStatus;
+    char* pTo;           /* one address */
+    char* pReserved;     /* owned, never sent */
+    uint8_t bReadStatus; /* 1 deleted without being read, anything else read */
     uint32_t iDate;
 } tMMS_ReadRecInd;
 
@@ -111,7 +124,7 @@ typedef struct tMMS_ReadOrigInd {
     char* From;
     char* pTo;
     uint32_t iDate;
-    uint8_t bReadStatus;
+    uint8_t bReadStatus; /* as received: 0x80 read, 0x81 deleted without being read */
 } tMMS_ReadOrigInd;
 
 typedef struct tMMS_ForwardReq {
@@ -121,62 +134,99 @@ typedef struct tMMS_ForwardReq {
     char* pTo;
     char* pCc;
     char* pBcc;
-    char* pContentLocation;
+    char* pContentLocation; /* where the message to forward lies */
     uint32_t iDate;
-    uint32_t bExpiryRelative;
+    uint32_t bExpiryRelative; /* flags and times as in tMMS_SendReq */
     uint32_t iExpiry;
     uint32_t bDeliveryTimeRelative;
     uint32_t iDeliveryTime;
 } tMMS_ForwardReq;
 
+/* A new record of the kind: zero and null but for the values named at its members. Null for a kind
+ * outside 1 to 11 and when memory is out. Texts that a host puts into a record are blocks of
+ * fnSC_Malloc_Local and become the record's. */
 void* fnMMS_AllocMessageMem(uint8_t kind);
+
+/* Frees the record with all its texts and bytes. `kind` must be the record's own; a null record
+ * is ignored, and an unknown kind does nothing (the record then stays allocated). */
 void fnMMS_FreeMessageMem(void* record, uint8_t kind);
 
 /* ---- Decoding -------------------------------------------------------------------------- */
 
+/* Every decoder reads `len` bytes at `pdu` and none beyond: a value that the end cuts off is read
+ * as if zeros followed. It returns a new record, or null for a null PDU or a length that it does
+ * not take, for input that it refuses, and when memory is out. A header that comes again replaces
+ * the earlier value. */
+
+/* An m-retrieve-conf (kind 4). Length 0 gives an empty record, a negative one null. To and Cc
+ * headers are joined in their order, Bcc is dropped. Headers of the standard without a member are
+ * read over, a textual header by its name only. Null for another X-Mms-Message-Type and for a
+ * header code of 0x80 or above 0xA1. The body is copied: the PDU need not outlive the call. */
 tMMS_RetrieveConf* fnMMS_ParseRetrieveConf(const uint8_t* pdu, int32_t len);
 
 /* Why the last decoder of this header gave null: a static English sentence part without a full
- * stop, never null, and the offset of the byte in the decoder's input at which it gave up.
- * Reset by every decoder that succeeds ("no error", 0). */
+ * stop, never null, and where in the decoder's input it gave up: the offset of the first byte of
+ * that header field or body part. `offset` may be null. Reset by every decoder that succeeds
+ * ("no error", 0). */
 const char* fnMMS_GetLastError(uint32_t* offset);
 
 /* ---- Message bodies -------------------------------------------------------------------- */
 
+/* One part of a body. Its texts and pFwdParam are owned by the record; its data is not. */
 typedef struct tMMS_MediaData {
-    char* pContentLocation;
-    char* pContentId;
-    char* pName;
-    uint8_t* pData;
+    char* pContentLocation; /* the file name; null when the part has none */
+    char* pContentId;       /* without angle brackets; null without one */
+    char* pName;            /* Name parameter of the content type, or null */
+    uint8_t* pData;         /* inside the body that was decoded, not NUL-terminated */
     uint32_t iDataLen;
-    uint32_t iCharset;
+    uint32_t iCharset; /* MIBenum; 0 when absent */
     uint8_t bHasCharset;
-    uint8_t bHasFwd;
+    uint8_t bHasFwd; /* a "fwd" parameter was there; bFwd is 1 for yes */
     uint8_t bFwd;
-    uint8_t* pFwdParam;
+    uint8_t* pFwdParam; /* its bytes as received */
     uint32_t iFwdParamLen;
-    char* pContentType;
+    char* pContentType; /* null for a well-known code without a name */
     struct tMMS_MediaData* pNext;
-    uint32_t IsSmil;
-    uint32_t bDrmSeparate;
+    uint32_t IsSmil;       /* 0 after decoding; a mark of the presentation */
+    uint32_t bDrmSeparate; /* this and its two values are 0 after decoding; for the host */
     uint32_t iDrmInfo1;
     uint32_t iDrmInfo2;
 } tMMS_MediaData;
 
 typedef struct tMMS_SmilPart {
-    char* pContentType;
-    uint8_t* pData;
+    char* pContentType; /* "application/smil" */
+    uint8_t* pData;     /* not NUL-terminated */
     uint32_t iDataLen;
 } tMMS_SmilPart;
 
 typedef struct tMMS_ContentUnion {
-    tMMS_SmilPart* pSmil;
-    tMMS_MediaData* pMediaList;
+    tMMS_SmilPart* pSmil;       /* or null */
+    tMMS_MediaData* pMediaList; /* the other parts in the body's order, or null */
 } tMMS_ContentUnion;
 
+/* Splits a body that starts with its Content-Type header (0x84), as pBody of a received message
+ * does. The union's data points into `body`, which must stay unchanged until the union is freed.
+ *
+ * A text/plain body is one part; every other type is read as multipart. Of several
+ * application/smil parts the last wins. A part without data is dropped. A part whose declared
+ * lengths run past the end is kept with the data that is there, and is the last. A part without
+ * a location gets a copy of its name; a text/plain part without either gets both:
+ * "MMS_Text00%d.txt" with the number of parts kept before it, or "MMS_Text0000.txt" when the text
+ * is the whole body. Such a name lies in a block of 129 bytes, to be overwritten in place if the
+ * host likes.
+ *
+ * Null for a null body, a negative length, a first byte other than 0x84, and when memory is out. */
 tMMS_ContentUnion* fnMMS_GetMediaDataFromPdu(const uint8_t* body, int32_t len);
+
+/* Frees a decoded union: records, texts and list, not the data in the body. Null is ignored. */
 void fnMMS_FreeMediaData(tMMS_ContentUnion* content);
+
+/* Frees a union that was built rather than decoded: also the SMIL data, and the data of records of
+ * type exactly "text/plain", which such a union owns. Null is ignored. */
 void fnMMS_FreeContentUnion(tMMS_ContentUnion* content);
+
+/* 1 when the body is null or begins with 84 A3 00 (multipart/mixed without parts), else 0. It
+ * looks no further than the first byte that differs. */
 int32_t fnMMS_EmptyMMS(const uint8_t* body);
 
 #ifdef __cplusplus

@@ -1,0 +1,157 @@
+// Filling a slide's element from the part that a reference names. Media bytes are borrowed from
+// the message; texts, types and names are copied within the message's copy budget.
+#include "Parser/src/MMSPs_Media.h"
+
+#include <cstring>
+
+#include "Parser/src/MMSPs_MediaIndex.h"
+#include "Parser/src/smil_internal.h"
+#include "scshare/common/src/owned.h"
+
+namespace mmskit {
+namespace {
+
+// Bytes that may be copied; unlimited without a message to which the budget belongs.
+uint64_t copy_room() {
+    return parser_state.tpSMIL_Union != nullptr ? parser_state.copy_budget : UINT64_MAX;
+}
+
+bool spend_copy(uint64_t bytes) {
+    if (bytes > copy_room()) return false;
+    if (parser_state.tpSMIL_Union != nullptr) parser_state.copy_budget -= bytes;
+    return true;
+}
+
+// Never reads further than the budget reaches.
+char* copy_within_budget(const char* text) {
+    if (text == nullptr) return nullptr;
+    const uint64_t room = copy_room();
+    const size_t size =
+        room < SIZE_MAX ? strnlen(text, static_cast<size_t>(room)) : std::strlen(text);
+    return spend_copy(static_cast<uint64_t>(size) + 1) ? copy_text(text, size) : nullptr;
+}
+
+// The part's text in UTF-8 where its character set is known, else its bytes; null for failure.
+char* copy_part_text(const tMMS_MediaData& part) {
+    const uint64_t source = uint64_t{part.iDataLen} + 1;
+    if (source > copy_room()) return nullptr;
+    if (part.bHasCharset != 1)
+        return spend_copy(source) ? copy_text(part.pData, part.iDataLen) : nullptr;
+    uint32_t length = part.iDataLen;
+    OwnedText text(
+        fnCharSet_DecodeString2Local(static_cast<int32_t>(part.iCharset), part.pData, &length));
+    if (!text) return nullptr;
+    const uint64_t result = static_cast<uint64_t>(std::strlen(text.get())) + 1;
+    return spend_copy(result > source ? result : source) ? text.release() : nullptr;
+}
+
+// A message without parts fails every look-up, which is not the same as a name that is not found.
+bool can_look_up(const void* el, const char* id) {
+    return el != nullptr && id != nullptr && *id != '\0' && parser_state.tpSMIL_Element != nullptr;
+}
+
+template <typename Element>
+void fill_type(Element& el, tMMS_MediaData& part) {
+    replace_owned(el.Type, copy_within_budget(part.pContentType));
+    el.IsDrm = 0;
+    el.DrmType = drm_none;
+    el.DrmInfo1 = el.DrmInfo2 = 0;
+    if (part.pContentType == nullptr) return;
+    if (is_drm_type(part.pContentType)) {
+        el.IsDrm = 1;
+        el.DrmType = fnPAR_DrmType(part.pContentType, part.pData,
+                                   static_cast<int32_t>(part.iDataLen), nullptr, nullptr);
+        // What cannot be played is listed as an attachment too.
+        if (el.DrmType != drm_forward_locked) unmark_part(&part);
+    }
+    if (part.bDrmSeparate == 1) {
+        el.IsDrm = 1;
+        el.DrmType = drm_separate;
+        el.DrmInfo1 = part.iDrmInfo1;
+        el.DrmInfo2 = part.iDrmInfo2;
+    }
+}
+
+template <typename Element>
+int32_t fill_media(Element* el, const char* id) {
+    if (!can_look_up(el, id)) return 0;
+    tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
+    if (part == nullptr || part->pData == nullptr) return 1;
+    fill_type(*el, *part);
+    replace_owned(el->Name, copy_within_budget(part_name(*part)));
+    el->Data = part->pData;
+    el->Length = static_cast<int32_t>(part->iDataLen);
+    return 1;
+}
+
+// `word` is lower case.
+bool equals_ignoring_case(const char* text, const char* word) {
+    for (; *text != '\0' || *word != '\0'; ++text, ++word) {
+        const char c = *text;
+        if ((c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c) != *word) return false;
+    }
+    return true;
+}
+
+// True when `text` is a leading part of `word`, empty or whole.
+bool begins_word(const char* text, const char* word) {
+    for (; *text != '\0'; ++text, ++word) {
+        const char c = *text;
+        if (*word == '\0' ||
+            (c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c) != *word)
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
+}  // namespace mmskit
+
+using namespace mmskit;
+
+extern "C" {
+
+// A reference that names no part gives a fresh record of no list, which the caller frees.
+tMMS_MediaData* SmilGetElementById(tMMS_MediaData* list, const char* id) {
+    if (list == nullptr || id == nullptr || *id == '\0') return nullptr;
+    tMMS_MediaData* part = take_part(list, id);
+    return part != nullptr ? part : new_record<tMMS_MediaData>();
+}
+
+int32_t SmilGetTextDataById(tSMIL_Text* el, const char* id) {
+    if (!can_look_up(el, id)) return 0;
+    const tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
+    if (part == nullptr || part->pData == nullptr) return 1;
+    char* text = copy_part_text(*part);
+    if (text == nullptr) return 0;
+    replace_owned(el->Data, text);
+    return 1;
+}
+
+int32_t SmilGetImgDataById(tSMIL_Media* el, const char* id) {
+    return fill_media(el, id);
+}
+
+int32_t SmilGetAudioDataById(tSMIL_Audio* el, const char* id) {
+    return fill_media(el, id);
+}
+
+int32_t SmilGetVideoDataById(tSMIL_Media* el, const char* id) {
+    return fill_media(el, id);
+}
+
+int32_t fnPAR_IsPlayedMedia(const char* contentType) {
+    if (contentType == nullptr) return kind_unknown;
+    if (equals_ignoring_case(contentType, "text/plain")) return kind_text;
+    // QUIRK only_bare_words_are_playable: the type must be a leading part of the word, so that
+    // "image/jpeg" is no image here. Without SMIL, media are therefore listed as attachments.
+    constexpr struct {
+        const char* word;
+        MediaKind kind;
+    } words[] = {{"image", kind_image}, {"audio", kind_audio}, {"video", kind_video}};
+    for (const auto& row : words)
+        if (begins_word(contentType, row.word)) return row.kind;
+    return kind_other;
+}
+
+}  // extern "C"
