@@ -27,14 +27,9 @@ struct Line {
 bool read_line(BoundedReader& in, Line& line) {
     const Slice rest{in.here(), static_cast<size_t>(in.remaining())};
     size_t at = 0;
-    while (at < rest.size) {
-        const void* cr = std::memchr(rest.data + at, '\r', rest.size - at);
-        if (cr == nullptr) return false;
-        at = static_cast<size_t>(static_cast<const uint8_t*>(cr) - rest.data);
-        if (in.peek(at + 1) == '\n') break;
+    while (at + 1 < rest.size && (rest.data[at] != '\r' || rest.data[at + 1] != '\n'))
         ++at;
-    }
-    if (at >= rest.size) return false;
+    if (at + 1 >= rest.size) return false;
     line.length = at;
     const size_t kept = std::min(at, line_capacity);
     std::memcpy(line.text, rest.data, kept);

@@ -114,9 +114,10 @@ template <typename Element>
         free_element(el);
         return false;
     }
-    if (el->Data != nullptr && add(el) != 0) return true;
+    const bool shown = el->Data != nullptr;
+    if (shown && add(el) != 0) return true;
     free_element(el);
-    return true;
+    return !shown;
 }
 
 [[nodiscard]] bool make_slide(Queues& queues) {

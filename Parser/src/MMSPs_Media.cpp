@@ -123,7 +123,8 @@ int32_t SmilGetTextDataById(tSMIL_Text* el, const char* id) {
     const tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
     if (part == nullptr || part->pData == nullptr) return 1;
     char* text = copy_part_text(*part);
-    if (text == nullptr) return 0;
+    // Only a conversion that fails is told; plain bytes that cannot be copied leave no text.
+    if (text == nullptr) return part->bHasCharset == 1 ? 0 : 1;
     replace_owned(el->Data, text);
     return 1;
 }

@@ -78,18 +78,20 @@ int32_t step_to(tSMIL_Par* tSMIL_Par::*neighbour) {
     return 1;
 }
 
-// The attachment of that index, walking on from the one served last where that is nearer.
+// The attachment of that index, walking from the one served last, to either side, where that is
+// nearer than the head.
 const tSMIL_Attachment* attachment_at(int32_t index) {
-    if (index < 0) return nullptr;
+    if (index < 0 || index >= fnPAR_GetTotalAttachments()) return nullptr;
     tSMIL_Attachment* at = tSMIL_ViewStruct.AttachmentList;
     int32_t position = 0;
-    if (parser_state.served_attachment != nullptr && parser_state.served_index <= index) {
+    if (parser_state.served_attachment != nullptr && parser_state.served_index / 2 <= index) {
         at = parser_state.served_attachment;
         position = parser_state.served_index;
     }
-    for (; at != nullptr && position < index; ++position)
+    for (; position < index; ++position)
         at = at->Next;
-    if (at == nullptr) return nullptr;
+    for (; position > index; --position)
+        at = at->Prev;
     parser_state.served_attachment = at;
     parser_state.served_index = index;
     return at;

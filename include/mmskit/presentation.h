@@ -2,11 +2,19 @@
  * mmskit presentation: the slide view of a received message.
  *
  * One message is viewed at a time; the view is module state. fnPAR_SmilParserEntry builds it,
- * fnPAR_SmilFree releases it. Every pointer that a getter hands out is borrowed: it stays valid
- * until fnPAR_SmilFree (or the next fnPAR_SmilParserEntry), and media bytes point into the PDU
- * bytes that the host passed in, which must stay alive and unchanged as long.
- * Functions return 1 for success or yes and 0 for failure or no unless stated otherwise.
- * Times are milliseconds, colours 0xAARRGGBB.
+ * fnPAR_SmilFree releases it, and every other call is safe before, between and after them: without
+ * a message there is no slide and no attachment.
+ *
+ * Ownership: the view owns its records, the texts that it shows (converted copies), and all types
+ * and names. The bytes of images, sounds, videos and attachments are never copied: they point into
+ * the body that the host passed in, which must stay alive and unchanged as long as the view.
+ * Every pointer that a getter hands out is borrowed and ends with fnPAR_SmilFree or the next
+ * fnPAR_SmilParserEntry; the host frees none of them.
+ *
+ * Functions return 1 for success or yes and 0 for failure or no unless stated otherwise; a getter
+ * that returns 0 leaves its output as it was. Times are milliseconds, places and sizes pixels,
+ * colours 0xAARRGGBB (a colour written as #RRGGBB has alpha 0). Texts are NUL-terminated UTF-8
+ * where the part declared its character set, else the bytes as they came.
  */
 #ifndef MMSKIT_PRESENTATION_H
 #define MMSKIT_PRESENTATION_H
@@ -19,16 +27,21 @@ extern "C" {
 
 /* ---- The view's records ---------------------------------------------------------------- */
 
+/* For reading only. The host may set CurPar to a slide of the list, or to null; everything else is
+ * the library's. */
+
+/* A region of the SMIL layout. A percentage is kept as its bare number. */
 typedef struct tSMIL_Region {
-    char* Id;
+    char* Id; /* or null */
     int32_t Left, Top, Width, Height;
-    char* Fit;
+    char* Fit; /* as written, or null */
     struct tSMIL_Region* Next;
 } tSMIL_Region;
 
+/* An element without a region has the place 0, 0 and the size 0 by 0. */
 typedef struct tSMIL_Text {
-    char* Data;
-    char* Reserved;
+    char* Data;     /* owned by the element */
+    char* Reserved; /* null */
     int32_t Begin, End;
     int32_t Left, Top, Width, Height;
     struct tSMIL_Text* Next;
@@ -36,14 +49,14 @@ typedef struct tSMIL_Text {
 
 /* An image or a video. */
 typedef struct tSMIL_Media {
-    uint8_t* Data;
-    char* Type;
-    char* Name;
-    char* Reserved;
-    int32_t Length;
+    uint8_t* Data;  /* inside the message; of a DRM message the whole wrapper */
+    char* Type;     /* content type, or null */
+    char* Name;     /* location, name or content id of the part, the first one not empty, or null */
+    char* Reserved; /* null */
+    int32_t Length; /* bytes of Data */
     int32_t Begin, End;
-    int32_t IsDrm;
-    int32_t DrmType;
+    int32_t IsDrm;   /* 1 for a protected part */
+    int32_t DrmType; /* class of fnPAR_DrmType */
     uint32_t DrmInfo1, DrmInfo2;
     int32_t Left, Top, Width, Height;
     struct tSMIL_Media* Next;
@@ -62,8 +75,9 @@ typedef struct tSMIL_Audio {
     struct tSMIL_Audio* Next;
 } tSMIL_Audio;
 
+/* A slide. In each list the last element of the document comes first. */
 typedef struct tSMIL_Par {
-    int32_t Dur;
+    int32_t Dur; /* 0 when none was given */
     tSMIL_Text* Text;
     tSMIL_Media* Img;
     tSMIL_Audio* Audio;
@@ -77,33 +91,39 @@ typedef struct tSMIL_Par {
 } tSMIL_Par;
 
 typedef struct tSMIL_Attachment {
-    uint8_t* Data;
+    uint8_t* Data; /* inside the message */
     char* Name;
-    char* Type;
+    char* Type; /* or null */
     int32_t DrmType;
-    char* Alt;
-    int32_t Length;
+    char* Alt;      /* null */
+    int32_t Length; /* bytes of Data */
     struct tSMIL_Attachment* Prev;
     struct tSMIL_Attachment* Next;
     uint32_t DrmInfo1, DrmInfo2;
 } tSMIL_Attachment;
 
 typedef struct tSMIL_View {
-    int32_t RootWidth;
+    int32_t RootWidth; /* of the root layout; 0 when not given */
     int32_t RootHeight;
-    tSMIL_Region* RegionList;
-    tSMIL_Par* ParList;
-    tSMIL_Par* CurPar;
+    tSMIL_Region* RegionList; /* the last one of the document first */
+    tSMIL_Par* ParList;       /* the first slide */
+    tSMIL_Par* CurPar;        /* the current slide */
     tSMIL_Attachment* AttachmentList;
-    int32_t IsBgColor;
+    int32_t IsBgColor; /* 1 when the root layout has a background colour */
     uint32_t bgColor;
 } tSMIL_View;
 
+/* The view; all zero while no message is held. */
 extern tSMIL_View tSMIL_ViewStruct;
+
+/* The SMIL tags and attributes that the parser knows; the last entry of each table is null. */
 extern const char* const SmilTag[15];
 extern const char* const SmilAttribute[16];
 
 /* ---- Output records -------------------------------------------------------------------- */
+
+/* Pointers are borrowed from the view and the message. End is always behind Begin: see the
+ * getters. */
 
 typedef struct tPAR_Text {
     int32_t Left, Top, Width, Height;
@@ -147,32 +167,126 @@ typedef struct tPAR_Attachment {
 
 /* ---- Building and walking the view ----------------------------------------------------- */
 
+/* Builds the view of one retrieved message. `pdu` is the message's BODY, from its Content-Type
+ * byte 0x84 on (pBody and iBodyLen of tMMS_RetrieveConf), not the whole PDU. An earlier view is
+ * released first, on every path.
+ *
+ * With a SMIL part its slides come first; text/plain parts with a character set that it does not
+ * mention get further slides behind them (below); all parts on no slide are attachments. A `src`
+ * names a part by location, name or content id, or as "cid:" and its content id, ignoring case;
+ * a byte of the reference that is no letter agrees with any byte. Parts of equal names are handed
+ * out in turn; a reference to no part leaves its element out. When the document is broken (also
+ * when its text holds a NUL, or when memory is out inside it) the message has no slides and its
+ * parts are attachments; a part that the document had placed before it broke appears nowhere.
+ *
+ * Without a SMIL part: slides of 20000 ms, each with the next text (160 by 30), image (160 by 170,
+ * 0 to 5000 ms) and audio (0 to 5000 ms) that wait, a video only where no image and no audio
+ * waits. What counts as which is told by fnPAR_IsPlayedMedia, for a DRM message of class 1 by its
+ * inner type; text needs a character set. A part of an ordinary type such as image/jpeg thus
+ * becomes an attachment.
+ *
+ * Result 0: a null `pdu`, a length below 1 or a body that does not decode (the view is empty);
+ * without SMIL, a part that has no content type; an attachment that has neither name nor type; out
+ * of memory in the layout (what was built stays until fnPAR_SmilFree). When it succeeds the last
+ * slide is current: call fnPAR_InitCurPar.
+ *
+ * Limits, above any real message: the texts, types and names copied onto slides may sum to 1 MiB
+ * and 8 times `length`; a copy beyond that fails like one out of memory: a type or name
+ * is null, a text without a declared character set is left out, any other text breaks the document.
+ * Looking up references costs at most 2^24 steps (a part that is looked at counts 1, and 1 more
+ * for every 32 bytes of the reference); a reference beyond that names no part. */
 int32_t fnPAR_SmilParserEntry(const uint8_t* pdu, int32_t length);
+
+/* Releases the view and what it holds of the message; the body belongs to the host. Always 1, also
+ * when nothing is held, so calling it again is harmless. Every field of the view is then zero. */
 int32_t fnPAR_SmilFree(void);
+
+/* Makes the first slide current; none when there are no slides. Always 1. */
 int32_t fnPAR_InitCurPar(void);
+
+/* Makes the next or the previous slide current; 0 and no change at either end or without a current
+ * slide. */
 int32_t fnPAR_ProceedNextPar(void);
 int32_t fnPAR_ProceedPrePar(void);
+
+/* 1 when there is no current slide. */
 int32_t fnPAR_IsParEmpty(void);
+
+/* The current slide's duration; 0 without one, or without a current slide. */
 int32_t fnPAR_GetCurParDur(void);
+
+/* The background colour of the current slide, else of the root layout. 0 for a null `out`, without
+ * a current slide, and when neither has a colour. */
 int32_t fnPAR_GetCurParBgColor(uint32_t* out);
+
+/* The colour of the current slide's text. 0 for a null `out`, without a current slide, and when
+ * the slide gives none. */
 int32_t fnPAR_GetCurParForeColor(uint32_t* out);
+
+/* 1 when the message held has a part of type application/vnd.oma.drm.message, or one that was
+ * marked as delivered separately when the view was built. */
 int32_t fnPAR_IsDrmObjectIncluded(void);
 
 /* ---- Media of the current slide and attachments ---------------------------------------- */
 
+/* One element of the current slide: of several of a kind the last one of the document. 0 for a
+ * null `out`, without a current slide, and when the slide has no element of the kind.
+ *
+ * An End that is not behind Begin becomes Begin and the slide's duration, or Begin + 5000 when the
+ * slide has none; it saturates at the limits of int32.
+ *
+ * IsDrm, DrmType, DrmInfo1 and DrmInfo2 are written only for a protected part, and the last two
+ * only for class 5: clear the record before the call. Type and Name are null where the part has
+ * none. */
 int32_t fnPAR_GetCurParText(tPAR_Text* out);
 int32_t fnPAR_GetCurParImg(tPAR_Image* out);
 int32_t fnPAR_GetCurParAudio(tPAR_Audio* out);
 int32_t fnPAR_GetCurParVideo(tPAR_Video* out);
+
 int32_t fnPAR_GetTotalAttachments(void);
+
+/* The name of attachment `index`, counted from 0 in message order; null when there is no such
+ * attachment. A part without location, name and content id got one from fnPAR_CreatMediaObjName
+ * with its number in the message, placed parts counted too. Stepping through the indexes in either
+ * direction is linear in all. */
 char* fnPAR_GetAttachmentName(int32_t index);
+
+/* Fills all of `out` from attachment `index`; 0 for a null `out` and for no such attachment. Data
+ * of a DRM message of class 4 begins behind the headers, with the empty line that ends them.
+ * DrmInfo1 and DrmInfo2 are 0 except for class 5. */
 int32_t fnPAR_GetAttachment(tPAR_Attachment* out, int32_t index);
 
 /* ---- Classification and naming --------------------------------------------------------- */
 
+/* How the layout without SMIL shows a content type: 1 for "text/plain", 2 for "image" or a leading
+ * part of that word (the empty text included), 3 likewise for "audio", 4 for "video", all ignoring
+ * case; 5 for every other type, among them complete ones such as image/jpeg; -1 for null. */
 int32_t fnPAR_IsPlayedMedia(const char* contentType);
+
+/* The OMA DRM class of a part; `type` is compared exactly:
+ *   0  not a DRM type; or a DRM message whose data ends before it is decided
+ *   1  a DRM message with plain media, whose type goes to `innerType`
+ *   2  a DRM message with a rights object
+ *   3  type application/vnd.oma.drm.content
+ *   4  a DRM message with DRM content; the headers' length goes to *headerLength
+ *   5  a DRM message whose Content-Type has a parameter fwd=, screen= or ringtone=
+ * A part delivered separately is of class 5 too; the view says so, not this function.
+ *
+ * The data of a DRM message (application/vnd.oma.drm.message) is read as lines that end in CR LF,
+ * within its first 4096 bytes; of a line 127 bytes are looked at. `data` may be null and `length`
+ * below 1: a DRM message is then of class 0.
+ *
+ * headerLength, may be null: for class 4 the bytes of the boundary line and the header lines with
+ * their CR LF, without the empty line behind them; else 0.
+ * innerType, may be null, at least 50 bytes: written for class 1 only, in lower case, cut to 49
+ * characters. */
 int32_t fnPAR_DrmType(const char* type, const uint8_t* data, int32_t length, int32_t* headerLength,
                       char* innerType);
+
+/* Writes a file name for a part of that content type, such as image2.jpeg, to `dst`: at least 50
+ * bytes. Types are compared exactly, case included, and some rows tell by case ("video/mp4" gives
+ * .3gp, "Video/mp4" .mp4). A type that is not known gives "unKnown" without a number. 0 for a null
+ * `dst` or type. */
 int32_t fnPAR_CreatMediaObjName(char* dst, const char* contentType, int32_t number);
 
 #ifdef __cplusplus
