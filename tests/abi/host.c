@@ -29,7 +29,7 @@ int main(int argc, char** argv) {
     }
     for (int32_t i = 0; i < fnPAR_GetTotalAttachments(); i++)
         printf("- attachment: %s\n", fnPAR_GetAttachmentName(i));
-    fnPAR_SmilFree(); /* the slides: they point into the body, so they go first */
+    fnPAR_SmilFree();                 /* the slides: they point into the body, so they go first */
     fnMMS_FreeMessageMem(message, 4); /* 4: the kind of a retrieved message */
     return 0;
 }
