@@ -73,7 +73,10 @@ class Smil : public testing::Test {
         media_[6].pContentType = const_cast<char*>("application/vnd.oma.drm.content");
         empty();
     }
-    ~Smil() override { empty(); }
+    ~Smil() override {
+        empty();
+        mmskit::reset_parser_state();
+    }
 
     void empty() {
         SmilParserClean();

@@ -1,0 +1,38 @@
+// Encoding in two passes by one routine: the first counts, the second writes into a block of
+// exactly that size. So a result costs one allocation and every byte of content is copied once.
+// A routine is a callable that takes the writer and writes the same bytes each time.
+#pragma once
+
+#include <cstdint>
+
+#include "Protocol/src/pdu_writer.h"
+#include "Protocol/src/wsp_values.h"
+
+namespace mmskit {
+
+template <typename Write>
+uint64_t measured_size(const Write& write) {
+    PduWriter counter = PduWriter::measuring();
+    write(counter);
+    return counter.size();
+}
+
+// The block, its size at `length`; null, with *length as it was, when memory is out or 32 bits
+// cannot hold the size. Nothing of the content is read then.
+template <typename Write>
+[[nodiscard]] uint8_t* encode(uint32_t* length, const Write& write) {
+    PduWriter out(measured_size(write));
+    if (out.failed()) return nullptr;
+    write(out);
+    return out.release(length);
+}
+
+// What `write` writes, after its value-length (WAP-230 8.4.2.2). A size that 32 bits cannot hold
+// is cut here: the whole is refused by encode().
+template <typename Write>
+void write_with_length(PduWriter& out, const Write& write) {
+    write_value_length(out, static_cast<uint32_t>(measured_size(write)));
+    write(out);
+}
+
+}  // namespace mmskit

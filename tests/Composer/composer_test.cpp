@@ -1,0 +1,221 @@
+// The composer's fixed outcomes: its records' layout, the presentation byte for byte, the parts of
+// a message, received messages that are edited, memory running out and calls out of order. That
+// the editing calls do what they should in any sequence is the random walk's to show.
+#include <algorithm>
+#include <cctype>
+#include <cstddef>
+#include <cstring>
+#include <string>
+
+#include "Composer/src/composer_internal.h"
+#include "scshare/common/src/owned.h"
+#include "tests/Composer/composition.h"
+
+namespace {
+
+using namespace testing_support;
+
+// The binary interface on LP64, with members before which an order is special or padding lies.
+static_assert(sizeof(void*) != 8 ||
+              (sizeof(CPSSlideStruct) == 216 && offsetof(CPSSlideStruct, iImageSize) == 32 &&
+               offsetof(CPSSlideStruct, iAudioSize) == 112 && sizeof(CPSNewMessage) == 264 &&
+               sizeof(CPSAttachment) == 32 && sizeof(CPSMediaInfo) == 56 &&
+               sizeof(CPSAudioInfo) == 40 && sizeof(CPSTextInfo) == 40));
+
+// What calls gave before the composer was ever opened.
+const int32_t never_opened[] = {fnCPS_GetTotalSlides(), fnCPS_GetAllSize(), fnCPS_GoNextSlide(),
+                                fnCPS_DeleteAttachment(0), fnCPS_DeleteCurSlide()};
+
+std::string smil() {
+    const mmskit::OwnedText smil_text(CPSCreateSmil());
+    return text(smil_text.get());
+}
+// "type name=data;" of each part but the presentation, in order.
+std::string parts() {
+    tMMS_ContentUnion* content = CPSRes2StructLink();
+    std::string out;
+    for (const auto* m = content->pMediaList; m != nullptr; m = m->pNext)
+        out += text(m->pContentType) + " " + text(m->pContentLocation) + "=" +
+               std::string(reinterpret_cast<char*>(m->pData), m->iDataLen) + ";";
+    fnMMS_FreeContentUnion(content);
+    return out;
+}
+
+class Composer : public testing::Test {
+  protected:
+    NoLeak check_;
+    Composer() { EXPECT_EQ(fnCPS_NewMms(), CPS_OK); }
+    ~Composer() override { fnCPS_Quit(); }
+};
+
+TEST_F(Composer, presentation_is_written_byte_for_byte) {
+    add(image, {"data", "image/jpeg", "a&b.jpg", 6000, 9000});
+    add(audio, {"data", "audio/amr", "s.amr", 0, 100});
+    add(words, {"x", "", "", 7000, 3000});
+    fnCPS_SetCurSlideDuration(5000);
+    fnCPS_SetCurBgColor(0x0000FF);
+    fnCPS_SetCurForeColor(0);
+    fnCPS_AddSlide();
+    add(video, {"data", "video/3gpp", "v.3gp", -1, 200001});
+    fnCPS_SetCurSlideDuration(200000);
+    EXPECT_EQ(
+        smil(),
+        "<smil>\r\n<head>\r\n<meta name=\"title\" content=\"mms info\" />\r\n<meta name=\"author\" "
+        "content=\"Tamsor Corporation\" />\r\n<layout>\r\n<root-layout width=\"176\" "
+        "height=\"220\"/>\r\n<region id=\"Image\" width=\"160\" height=\"170\" left=\"0\" "
+        "top=\"0\" fit=\"meet\" />\r\n<region id=\"Text\" width=\"160\" height=\"30\" left=\"0\" "
+        "top=\"170\" fit=\"meet\" />\r\n</layout>\r\n</head>\r\n<body>\r\n"
+        "<par dur=\"5000ms\">\r\n <param name=\"background-color\" value=\"#ff\" />\r\n "
+        "<img src=\"a&b.jpg\" region=\"Image\" begin=\"0ms\" end=\"5000ms\" />\r\n"
+        "<audio src=\"s.amr\"  begin=\"0ms\" end=\"100ms\" />\r\n"
+        "<text src=\"Text0.txt\" region=\"Text\" begin=\"7000ms\" end=\"3000ms\" >\r\n"
+        " <param name=\"foreground-color\" value=\"#0\" />\r\n </text>\r\n</par>\r\n"
+        "<par dur=\"120000ms\">\r\n<video src=\"v.3gp\" region=\"Image\" begin=\"120000ms\" "
+        "end=\"120000ms\" />\r\n</par>\r\n</body>\r\n</smil>");
+    EXPECT_EQ(tCPS_SlideStruct[1].iVideoEnd, 200000);
+    tCPS_NewMessage.slidestruct[1] = nullptr;
+    EXPECT_EQ(CPSCreateSmil(), nullptr);
+    tCPS_NewMessage.slidestruct[1] = &tCPS_SlideStruct[1];
+}
+
+TEST_F(Composer, text_corrects_image_timing) {
+    add(words, {"x", "", "", 0, 90000});
+    fnCPS_SetCurSlideDuration(3000);
+    EXPECT_NE(smil().find("begin=\"0ms\" end=\"90000ms\" />"), std::string::npos);
+    EXPECT_EQ(tCPS_SlideStruct[0].iImageEnd, 3000);
+}
+
+TEST_F(Composer, long_names_are_whole_in_the_presentation_and_cut_in_the_parts) {
+    const std::string name(4000, 'n'), type = "image/a-very-long-type-indeed";
+    add(image, {"data", type, name});
+    attach({"data", type, name});
+    EXPECT_NE(smil().find(name + "\" region"), std::string::npos);
+    const std::string cut = " " + name.substr(0, 49) + "=data;";
+    EXPECT_EQ(parts(), type.substr(0, 24) + cut + type + cut);
+}
+
+TEST_F(Composer, text_attachment_ends_at_nul) {
+    attach({std::string("a\0cde", 5), "text/plain", "t"});
+    add(image, {std::string("a\0cde", 5), "text/plain", "i"});  // a medium is copied whole
+    add(audio, {"data", "audio/amr", "s.amr"});
+    fnCPS_AddSlide();
+    add(words, {"cut to two", "", "", 0, 1, 2});
+    EXPECT_EQ(hex(parts()), hex(bytes("'text/plain i=a' 00 'cde;audio/amr s.amr=data;text/plain "
+                                      "Text1.txt=cu;text/plain t=a' 00000000 ';'")));
+}
+
+TEST_F(Composer, incomplete_and_refused_media) {
+    char text[] = "text/plain";
+    const CPSMediaInfo no_name = {reinterpret_cast<uint8_t*>(text), text, nullptr, 0, 1, 4, {}};
+    uint32_t length = 7;
+    EXPECT_EQ(fnCPS_AddVideo(&no_name), CPS_BAD_ARGUMENT);
+    EXPECT_EQ(add(words, {"t", "", "", 0, 1, UINT32_MAX}), CPS_NO_MEMORY);
+    EXPECT_EQ(add(image, {"", "image/gif", "empty"}), CPS_OK);
+    EXPECT_EQ(fnCPS_GetMmsContentPdu(&length), nullptr);
+    EXPECT_EQ(length, 7U);
+}
+
+TEST_F(Composer, only_slide_zeroes_the_total) {
+    attach({"data", "x/y", "a"});
+    fnCPS_DeleteCurSlide();
+    EXPECT_EQ(fnCPS_GetTotalSize(), 0U);
+    fnCPS_DeleteAllAttachments();
+    EXPECT_EQ(fnCPS_GetTotalSize(), uint32_t{0} - 4);
+}
+
+TEST_F(Composer, calls_out_of_order_do_no_harm) {
+    EXPECT_EQ(fnCPS_NewMms(), CPS_IN_USE);
+    EXPECT_EQ(fnCPS_ReEditMms(nullptr, 0), CPS_IN_USE);
+    fnCPS_Quit();
+    fnCPS_Quit();
+    attach({"dropped by a failed opening", "x/y", "a"});
+    EXPECT_EQ(fnCPS_ReEditMms(nullptr, 1), CPS_BAD_ARGUMENT);
+    add(words, {"dropped when opened", "", ""});
+    EXPECT_EQ(fnCPS_NewMms(), CPS_OK);
+    EXPECT_EQ(fnCPS_GetTotalSize() + fnCPS_CurTextExist(), 0U);
+    const int32_t as_empty[] = {1, 512, CPS_LAST_SLIDE, CPS_BAD_INDEX, CPS_OK};
+    EXPECT_TRUE(std::ranges::equal(as_empty, never_opened));
+}
+
+// A count, and the names in the ten slots up to the last that is filled.
+std::string slots() {
+    std::string out = std::to_string(fnCPS_GetTotalAttachments()) + ' ';
+    for (int32_t i = 0; i < CPS_MAX_ATTACHMENTS; ++i) {
+        const char* name = fnCPS_GetAttachmentName(i);
+        out += name != nullptr ? name : "-";
+    }
+    return out.substr(0, out.find_last_not_of('-') + 1);
+}
+
+TEST_F(Composer, slot_advances_past_the_count) {
+    const struct {
+        const char *received, *slots, *after_an_add;  // d: protected, its name left out
+    } cases[] = {{"ab", "2 ab", "3 abN"},
+                 {"db", "1 -b", "2 -N"},
+                 {"adcd", "2 a-c", "3 a-N"},
+                 {"dddde", "1 -e", "2 -N"},
+                 {"dd", "0 ", "1 N"},
+                 {"abcefghidjk", "9 abcefghi-j", "10 abcefghi-N"},
+                 {"abcefghijklm", "10 abcefghijk", "10 abcefghijk"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.received);
+        std::string body = bytes("84 A3") + uintvar(std::strlen(c.received));
+        for (const char* name = c.received; *name != '\0'; ++name) {
+            const char* type = *name == 'd' ? "application/vnd.oma.drm.rights+xml" : "x/y";
+            body += part(type + bytes("00 8E") + *name + '\0', "data");
+        }
+        fnCPS_Quit();
+        ASSERT_EQ(reedit(body), CPS_OK);
+        EXPECT_EQ(slots(), c.slots);
+        attach({"data", "x/y", "N"});
+        EXPECT_EQ(slots(), c.after_an_add);
+        const auto filled = std::ranges::count_if(slots(), [](int ch) { return std::isalpha(ch); });
+        EXPECT_EQ(fnCPS_GetTotalSize(), 4 * filled);
+    }
+}
+
+TEST_F(Composer, received_messages) {
+    fnCPS_Quit();
+    EXPECT_EQ(reedit(""), CPS_NOT_A_MESSAGE);
+    EXPECT_EQ(reedit("no message"), CPS_NOT_A_MESSAGE);
+    EXPECT_EQ(reedit(bytes("84 A3 00")), CPS_OK);
+    EXPECT_EQ(fnCPS_GetAllSize(), 512);
+    fnCPS_Quit();
+    std::string twelve_texts = bytes("84 A3 0C");
+    for (int i = 0; i < 12; ++i)
+        twelve_texts += part(bytes("06 83 85 't' 00 81 EA"), "x");
+    EXPECT_EQ(reedit(twelve_texts), CPS_OK);
+    EXPECT_EQ(fnCPS_GetTotalSlides(), CPS_MAX_SLIDES);
+    EXPECT_EQ(fnCPS_GetCurSlideDuration(), 20000);
+}
+
+TEST_F(Composer, text_timing_is_not_taken_over) {
+    add(words, {"x", "", "", 2000, 4000});
+    const std::string first = written();
+    fnCPS_Quit();
+    EXPECT_EQ(reedit(first), CPS_OK);
+    EXPECT_NE(smil().find("begin=\"0ms\" end=\"5000ms\""), std::string::npos);
+}
+
+TEST_F(Composer, out_of_memory_leaves_a_composer_that_can_be_used) {
+    std::string body;
+    const auto compose = [&] {
+        EXPECT_EQ(fnCPS_NewMms(), CPS_OK);
+        add(image, {"data", "image/jpeg", "i.jpg"});
+        add(words, {"text", "", ""});
+        attach({"data", "text/plain", "a.txt"});
+        const std::string made = written();
+        if (body.empty()) body = made;
+        fnCPS_Quit();
+    };
+    fnCPS_Quit();
+    compose();
+    fail_each_allocation(compose);
+    fail_each_allocation([&] {
+        const bool open = reedit(body) == CPS_OK;
+        EXPECT_TRUE(open || fnCPS_GetAllSize() + fnCPS_NewMms() == 512);
+        fnCPS_Quit();
+    });
+}
+
+}  // namespace
