@@ -12,5 +12,9 @@ using Run = std::function<void()>;
 
 void add_show_command(CLI::App& app, Run& run);
 void add_extract_command(CLI::App& app, Run& run);
+void add_compose_command(CLI::App& app, Run& run);
+void add_forward_command(CLI::App& app, Run& run);
+void add_respond_command(CLI::App& app, Run& run);
+void add_store_command(CLI::App& app, Run& run);
 
 }  // namespace mmskit_tool

@@ -91,6 +91,53 @@ void write_output(std::string_view text) {
     if (!write_all(STDOUT_FILENO, text.data(), text.size())) fail("standard output", errno);
 }
 
+void warn(const std::string& text) {
+    (void)std::fprintf(stderr, "mmskit: warning: %s\n", visible(text).c_str());
+}
+
+namespace {
+
+// The file that a name leads to, so that a symbolic link is kept and its target replaced.
+std::string link_target(const std::string& file) {
+    std::error_code error;
+    if (!std::filesystem::is_symlink(file, error)) return file;
+    const std::string target = std::filesystem::canonical(file, error).string();
+    return error ? file : target;
+}
+
+void write_in_place(const std::string& file, std::span<const uint8_t> data) {
+    Descriptor out(::open(file.c_str(), O_WRONLY | O_CLOEXEC));
+    if (out.get() < 0) fail(file, errno);
+    if (!write_all(out.get(), data.data(), data.size()) || !out.close()) fail(file, errno);
+}
+
+}  // namespace
+
+void write_file(const std::string& file, std::span<const uint8_t> data) {
+    if (file == "-") {
+        if (!write_all(STDOUT_FILENO, data.data(), data.size())) fail("standard output", errno);
+        return;
+    }
+    struct stat status {};
+    const bool there = ::stat(file.c_str(), &status) == 0;
+    if (there && S_ISDIR(status.st_mode)) fail(file, EISDIR);
+    // A device or a pipe is written to, not replaced.
+    if (there && !S_ISREG(status.st_mode)) return write_in_place(file, data);
+
+    const std::string target = link_target(file);
+    const std::string temporary = target + ".mmskit-" + std::to_string(::getpid()) + ".part";
+    const mode_t mode = there ? status.st_mode & 0777U : 0666U;
+    Descriptor out(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    if (out.get() < 0) fail(file, errno);
+    if (write_all(out.get(), data.data(), data.size()) && out.close() &&
+        ::rename(temporary.c_str(), target.c_str()) == 0) {
+        return;
+    }
+    const int error = errno;
+    (void)::unlink(temporary.c_str());
+    fail(file, error);
+}
+
 OutputFolder::OutputFolder(const std::string& path) : path_(path), fd_(-1) {
     std::error_code error;
     std::filesystem::create_directories(path, error);

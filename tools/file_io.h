@@ -28,6 +28,13 @@ std::vector<uint8_t> read_input(const std::string& file);
 
 void write_output(std::string_view text);
 
+// Writes a whole file, or standard output for "-". An existing file is replaced, and only by a
+// complete one: on a failure it stays as it was.
+void write_file(const std::string& file, std::span<const uint8_t> data);
+
+// One line on standard error; the work goes on.
+void warn(const std::string& text);
+
 // A folder for extracted files, made when it is missing.
 class OutputFolder {
   public:

@@ -1,15 +1,18 @@
-// mmskit: look into multimedia messages from the command line. A host of the library like any
-// other: it uses the public headers only. Exit codes: 0 done, 1 the work failed (one line on
+// mmskit: look into and write multimedia messages from the command line. A host of the library like
+// any other: it uses the public headers only. Exit codes: 0 done, 1 the work failed (one line on
 // standard error says why), 2 the command line is wrong.
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <new>
 #include <sstream>
+#include <utility>
 
 #include "commands.h"
 #include "file_io.h"
 #include "safe_text.h"
+#include "words.h"
 
 namespace mmskit_tool {
 namespace {
@@ -17,7 +20,8 @@ namespace {
 constexpr int exit_failure = 1;
 constexpr int exit_usage = 2;
 
-constexpr std::array commands{add_show_command, add_extract_command};
+constexpr std::array commands{add_show_command,    add_extract_command, add_compose_command,
+                              add_forward_command, add_respond_command, add_store_command};
 
 // The argument parser's own messages: help and version go to standard output.
 int end_parse(const CLI::App& app, const CLI::ParseError& error) {
@@ -34,7 +38,7 @@ int end_parse(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int run_command_line(int argc, char** argv) {
-    CLI::App app("Look into multimedia messages (MMS).", "mmskit");
+    CLI::App app("Look into multimedia messages (MMS) and write them.", "mmskit");
     app.set_version_flag("--version", std::string("mmskit ") + MMSKIT_VERSION);
     app.require_subcommand(1);
     app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage.");
@@ -42,7 +46,9 @@ int run_command_line(int argc, char** argv) {
     for (const auto add : commands)
         add(app, run);
     try {
-        app.parse(argc, argv);
+        std::vector<std::string> arguments = pack_groups(argc, argv);
+        std::reverse(arguments.begin(), arguments.end());  // the order that the parser takes
+        app.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {
         return end_parse(app, error);
     }

@@ -119,6 +119,12 @@ std::string visible(std::string_view text) {
     return out;
 }
 
+bool is_utf8(std::string_view text) {
+    bool valid = true;
+    for_each_scalar(text, [&](const Scalar& scalar) { valid = valid && scalar.valid; });
+    return valid;
+}
+
 std::string json_text(std::string_view text) {
     bool all_valid = true;
     std::string escaped;

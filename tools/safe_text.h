@@ -17,6 +17,9 @@ inline constexpr std::size_t max_file_name = 200;
 // characters that turn the direction or break the line as \u{...}.
 std::string visible(std::string_view text);
 
+// Whether the text is UTF-8 throughout (RFC 3629).
+bool is_utf8(std::string_view text);
+
 // Text as it stands when it is UTF-8; otherwise its stray bytes become \xNN and its backslashes
 // are doubled, so that the two can be told apart.
 std::string json_text(std::string_view text);
