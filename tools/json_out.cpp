@@ -75,6 +75,10 @@ Json header_value(const HeaderFact& header) {
         return Json{{"seconds", date->seconds}, {"iso", iso_date(*date)}};
     }
     if (const bool* flag = std::get_if<bool>(&header.value)) return *flag;
+    if (const Period* period = std::get_if<Period>(&header.value)) {
+        return Json{{"relative_seconds", period->seconds}};
+    }
+    if (const ByteCount* count = std::get_if<ByteCount>(&header.value)) return count->bytes;
     return json_text(std::get<std::string>(header.value));
 }
 

@@ -116,6 +116,12 @@ void append_slide(std::string& out, const SlideFact& slide, std::size_t number) 
 std::string header_value(const HeaderFact& header) {
     if (const Date* date = std::get_if<Date>(&header.value)) return iso_date(*date);
     if (const bool* flag = std::get_if<bool>(&header.value)) return *flag ? "yes" : "no";
+    if (const Period* period = std::get_if<Period>(&header.value)) {
+        return "in " + std::to_string(period->seconds) + " s";
+    }
+    if (const ByteCount* count = std::get_if<ByteCount>(&header.value)) {
+        return size_text(count->bytes);
+    }
     return visible(std::get<std::string>(header.value));
 }
 
@@ -157,7 +163,7 @@ std::string render_text(const MessageFacts& facts) {
     out += '\n';
     if (!facts.headers.empty()) out += '\n';
     for (const HeaderFact& header : facts.headers) {
-        out += padded(header.name, 23) + header_value(header) + '\n';
+        out += padded(header.name, 21) + gap.data() + header_value(header) + '\n';
     }
     for (std::size_t i = 0; i < facts.slides.size(); ++i) {
         append_slide(out, facts.slides[i], i + 1);

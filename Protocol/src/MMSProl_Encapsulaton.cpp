@@ -1,5 +1,5 @@
-// Decoders of received messages: a table of header fields and a syntax for each message kind,
-// read by the loop of MMSProl_Headers.h.
+// The decoder of retrieved messages: a table of header fields and a syntax, read by the loop of
+// MMSProl_Headers.h. The other kinds are in MMSProl_Indications and MMSProl_SendContent.
 #include <mmskit/pdu.h>
 
 #include <iterator>

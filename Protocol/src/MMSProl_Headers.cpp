@@ -41,7 +41,7 @@ bool HeaderContext::read_headers() {
     Step step = Step::next;
     while (step == Step::next && !in.at_end())
         step = read_header();
-    return step != Step::fail && store_lists();
+    return step != Step::fail && has_required(step) && store_lists();
 }
 
 Step HeaderContext::read_header() {
@@ -51,12 +51,25 @@ Step HeaderContext::read_header() {
         return Step::next;
     }
     const uint8_t code = in.byte();
+    const HeaderField* field = find_field(syntax, code);
+    return field != nullptr ? field->read(*this, *field) : read_unlisted(code);
+}
+
+Step HeaderContext::read_unlisted(uint8_t code) {
+    if (syntax.unlisted == Unlisted::stop) return Step::stop;
     const bool in_range = code >= syntax.first_code && code <= syntax.last_code;
-    const HeaderField* field = in_range ? find_field(syntax, code) : nullptr;
-    if (field != nullptr) return field->read(*this, *field);
     if (!in_range || syntax.unlisted == Unlisted::fail) return fail("unknown header field");
     skip_any_value(in);
     return Step::next;
+}
+
+bool HeaderContext::has_required(Step last) {
+    const bool asked = last == Step::stop || (last == Step::next && syntax.required_at_end);
+    if (!asked || syntax.required == nowhere || member<char*>(syntax.required) != nullptr)
+        return true;
+    if (last == Step::next) field_start_ = in.size();
+    reason_ = syntax.missing;
+    return false;
 }
 
 void HeaderContext::join_address(uint32_t to, const char* address) {
@@ -105,19 +118,43 @@ void* parse_message(const MessageSyntax& syntax, const uint8_t* pdu, int32_t len
 }
 
 namespace header_value {
+namespace {
 
-Step text(HeaderContext& context, const HeaderField& field) {
+template <bool (*read)(BoundedReader& in, OwnedText& out)>
+Step store(HeaderContext& context, const HeaderField& field) {
     OwnedText value;
-    if (!read_quoted_text(context.in, value)) return context.fail(out_of_memory);
+    if (!read(context.in, value)) return context.fail(out_of_memory);
     replace_owned(context.member<char*>(field.to), value.release());
     return Step::next;
 }
 
+}  // namespace
+
+Step text(HeaderContext& context, const HeaderField& field) {
+    return store<read_quoted_text>(context, field);
+}
+
+Step raw_text(HeaderContext& context, const HeaderField& field) {
+    return store<read_text>(context, field);
+}
+
+Step transaction_id(HeaderContext& context, const HeaderField& field) {
+    const Step step = text(context, field);
+    if (step != Step::next || *context.member<char*>(field.to) != '\0') return step;
+    return context.fail("empty transaction id");
+}
+
+Step location(HeaderContext& context, const HeaderField& field) {
+    const Step step = text(context, field);
+    if (step != Step::next || !context.in.past_end()) return step;
+    // QUIRK cut_off_location_is_dropped: a shortened address would fetch something else, so the
+    // notification comes back without one.
+    replace_owned(context.member<char*>(field.to), static_cast<char*>(nullptr));
+    return Step::done;
+}
+
 Step encoded_string(HeaderContext& context, const HeaderField& field) {
-    OwnedText value;
-    if (!read_encoded_string(context.in, value)) return context.fail(out_of_memory);
-    replace_owned(context.member<char*>(field.to), value.release());
-    return Step::next;
+    return store<read_encoded_string>(context, field);
 }
 
 // OMA-MMS-ENC 7.2.11 (From): value-length, a token, and the address when the token says so. The
@@ -128,10 +165,11 @@ Step from(HeaderContext& context, const HeaderField& field) {
         context.in.skip(length > 1 ? length - 1 : 0);
         return Step::next;
     }
-    OwnedText value;
-    if (!read_address(context.in, value)) return context.fail(out_of_memory);
-    replace_owned(context.member<char*>(field.to), value.release());
-    return Step::next;
+    return address(context, field);
+}
+
+Step address(HeaderContext& context, const HeaderField& field) {
+    return store<read_address>(context, field);
 }
 
 Step address_list(HeaderContext& context, const HeaderField& field) {
@@ -179,6 +217,20 @@ Step long_integer(HeaderContext& context, const HeaderField& field) {
         context.in.skip(octets);
     }
     return Step::next;
+}
+
+Step counted_integer(HeaderContext& context, const HeaderField& field) {
+    context.member<uint32_t>(field.to) = long_integer_at(context.in);
+    return skip_counted(context, field);
+}
+
+// OMA-MMS-ENC 7.2.10 (Expiry).
+Step expiry(HeaderContext& context, const HeaderField& field) {
+    BoundedReader value = context.in;
+    value.skip(1);
+    context.member<uint8_t>(field.also) = value.byte();
+    context.member<uint32_t>(field.to) = long_integer_at(value);
+    return skip_counted(context, field);
 }
 
 Step content(HeaderContext& context, const HeaderField& field) {

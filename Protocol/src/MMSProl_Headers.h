@@ -15,7 +15,9 @@ namespace mmskit {
 
 class HeaderContext;
 
-enum class Step : uint8_t { next, done, fail };
+// `stop` is a field that the kind does not know and that ends its headers; `done` gives the record
+// as it stands.
+enum class Step : uint8_t { next, stop, done, fail };
 
 inline constexpr uint32_t nowhere = UINT32_MAX;
 
@@ -27,20 +29,24 @@ struct HeaderField {
     uint32_t also = nowhere;  // and of the second one, where a value has two
 };
 
-// What a field code of the range does that has no row.
-enum class Unlisted : uint8_t { fail, read_over };
+// What a field code does that has no row.
+enum class Unlisted : uint8_t { fail, stop, read_over };
 
 struct MessageSyntax {
     MessageKind kind;
-    uint8_t message_type;    // the only X-Mms-Message-Type that header_value::message_type takes
-    const char* wrong_type;  // the reason given for another one
-    int32_t least_length;    // a shorter PDU is refused
-    uint8_t first_code;      // a code outside first_code to last_code is refused
-    uint8_t last_code;
+    uint8_t message_type = 0;          // the only one that header_value::message_type takes
+    const char* wrong_type = nullptr;  // the reason given for another one
+    int32_t least_length = 1;          // a shorter PDU is refused
+    // With Unlisted::read_over, a code outside first_code to last_code is refused.
+    uint8_t first_code = 0;
+    uint8_t last_code = 0xFF;
     Unlisted unlisted;
-    bool textual_names;  // a byte below 0x80 begins a header's textual name, which is read over
+    bool textual_names = false;  // a byte below 0x80 begins a textual name, which is read over
     const HeaderField* fields;
     size_t field_count;
+    uint32_t required = nowhere;    // offset of a text without which there is no record,
+    bool required_at_end = true;    // also when the input was used up, not only after Step::stop
+    const char* missing = nullptr;  // the reason given then
 };
 
 // A new record of the syntax's kind, or null with the reason noted.
@@ -80,6 +86,8 @@ class HeaderContext {
     };
 
     Step read_header();
+    Step read_unlisted(uint8_t code);
+    [[nodiscard]] bool has_required(Step last);
     [[nodiscard]] bool store_lists();
 
     void* record_;
@@ -92,14 +100,25 @@ class HeaderContext {
 namespace header_value {
 
 Step text(HeaderContext& context, const HeaderField& field);
+// A leading quote stays in the text.
+Step raw_text(HeaderContext& context, const HeaderField& field);
+// Refuses an empty text.
+Step transaction_id(HeaderContext& context, const HeaderField& field);
+// A text that the end of the input cuts off is dropped and ends the parse.
+Step location(HeaderContext& context, const HeaderField& field);
 Step encoded_string(HeaderContext& context, const HeaderField& field);
 Step from(HeaderContext& context, const HeaderField& field);
+Step address(HeaderContext& context, const HeaderField& field);
 Step address_list(HeaderContext& context, const HeaderField& field);
 Step octet(HeaderContext& context, const HeaderField& field);
 Step yes_no(HeaderContext& context, const HeaderField& field);
 Step message_class(HeaderContext& context, const HeaderField& field);
 Step message_type(HeaderContext& context, const HeaderField& field);
 Step long_integer(HeaderContext& context, const HeaderField& field);
+// As long_integer; the first octet alone tells where the value ends.
+Step counted_integer(HeaderContext& context, const HeaderField& field);
+// A one-byte length, the token to `also`, and a long integer.
+Step expiry(HeaderContext& context, const HeaderField& field);
 // Copies everything from the field code on to `to`, its length to `also`, and ends the parse.
 Step content(HeaderContext& context, const HeaderField& field);
 Step skip_octet(HeaderContext& context, const HeaderField& field);

@@ -1,6 +1,6 @@
 /*
- * mmskit PDU layer: message records, retrieved messages and multipart bodies
- * (OMA MMS encapsulation protocol).
+ * mmskit PDU layer: message records, requests and responses, retrieved messages and multipart
+ * bodies (OMA MMS encapsulation protocol).
  *
  * Records are made by fnMMS_AllocMessageMem or by a decoder and freed, with everything they own,
  * by fnMMS_FreeMessageMem and their kind. Texts are NUL-terminated and owned by the record.
@@ -164,11 +164,90 @@ void fnMMS_FreeMessageMem(void* record, uint8_t kind);
  * header code of 0x80 or above 0xA1. The body is copied: the PDU need not outlive the call. */
 tMMS_RetrieveConf* fnMMS_ParseRetrieveConf(const uint8_t* pdu, int32_t len);
 
+/* The decoders below take one byte or more, and read headers until the input is used up or a
+ * header comes that the kind does not know; what follows is then not looked at. In
+ * fnMMS_ParseDeliveryInd and fnMMS_ParseSendContent an unknown header gives null. */
+
+/* An m-send-conf (kind 2). The response text is the bytes as received: a length, a character set
+ * and a quote in front of the text stay there. The message type is not checked. Null without a
+ * transaction id. */
+tMMS_SendConf* fnMMS_ParseSendConf(const uint8_t* pdu, int32_t len);
+
+/* An m-forward-conf (kind 11), as above, but bMessageType holds the response status, and
+ * bResponseStatus stays 0. */
+tMMS_SendConf* fnMMS_ParseForwardConf(const uint8_t* pdu, int32_t len);
+
+/* The response status of an m-send-conf or m-forward-conf as a number: 0 for OK (0x80), 1 to 8 for
+ * 0x81 to 0x88, 9 for any other status or none, 10 when the confirmation gives null above. */
+uint8_t fnMMS_RecvSendConfData(const uint8_t* pdu, int32_t len);
+uint8_t fnMMS_RecvFwdConfData(const uint8_t* pdu, int32_t len);
+
+/* An m-notification-ind (kind 3). Null for another message type, and without a content location
+ * when a header ended it that is not known; a notification that is used up comes back without one.
+ * A location that the end of the PDU cuts off is dropped: pContentLocation is then null. */
+tMMS_NotificationInd* fnMMS_ParseNotificationInd(const uint8_t* pdu, int32_t len);
+
+/* An m-delivery-ind (kind 5), which must end right after its last known header. Null also for
+ * another message type. Of several recipients the last one is kept. */
+tMMS_DeliveryInd* fnMMS_ParseDeliveryInd(const uint8_t* pdu, int32_t len);
+
+/* An m-read-orig-ind (kind 9). Null for another message type; no header is required. */
+tMMS_ReadOrigInd* fnMMS_ParseReadOrigInd(const uint8_t* pdu, int32_t len);
+
+/* An m-send-req read back (kind 1). Recipients are joined in their order, and the body is copied
+ * from its Content-Type header on to the end; without one pContent is null. bMessageClass and
+ * bPriority hold the octets of the wire (0x80 personal, 0x80 low, ...), which a host maps before it
+ * encodes the record again; flags and times keep the defaults of a new record. Null for an empty
+ * transaction id and for a header without a meaning here, Date included: a request that was made
+ * with a date cannot be read back. The message type is not checked. */
+tMMS_SendReq* fnMMS_ParseSendContent(const uint8_t* pdu, int32_t len);
+
 /* Why the last decoder of this header gave null: a static English sentence part without a full
  * stop, never null, and where in the decoder's input it gave up: the offset of the first byte of
  * that header field or body part. `offset` may be null. Reset by every decoder that succeeds
  * ("no error", 0). */
 const char* fnMMS_GetLastError(uint32_t* offset);
+
+/* ---- Encoding -------------------------------------------------------------------------- */
+
+/* Every encoder returns a new buffer with the PDU, to be freed with fnMMS_FreeMadeMsgPduBuf, and
+ * stores its length in bytes at `len`. It returns null, with *len as it was, when an argument is
+ * null, when memory is out and when 32 bits cannot hold the length. Arguments are borrowed for the
+ * call. Texts of any length are encoded; a null text of a record leaves its header out or, where
+ * the header is always written, is an empty text. A time is written when it is 1 to 0x7FFFFFFF.
+ *
+ * An address without "@" is taken to be a phone number and gets "/TYPE=PLMN". In a recipient list
+ * blanks are dropped, an entry of more than 60 characters is cut into several, and an empty entry
+ * ends the list, as does one of exactly 60 characters. A subject of more than 125 bytes (124 when
+ * it does not begin with an ASCII character) gets a length octet that strict decoders refuse. */
+
+/* An m-send-req with the iContentLen bytes of pContent after its headers; without pContent the
+ * PDU ends with the headers. A delivery time is always sent as relative, whatever
+ * bDeliveryTimeRelative says. A bMessageClass above 3 is sent as 0, a bPriority above 2 as 1. */
+uint8_t* fnMMS_MakeSendMessagePdu(const tMMS_SendReq* request, uint32_t* len);
+
+/* An m-forward-req. The relay inserts the sender. */
+uint8_t* fnMMS_MakeFWDMessagePdu(const tMMS_ForwardReq* request, uint32_t* len);
+
+/* An m-notifyresp-ind for the notification's transaction id. `reportAllowed`: nonzero lets a
+ * delivery report be sent. `status`: the X-Mms-Status octet of the wire, its low 8 bits
+ * (0x80 expired, 0x81 retrieved, 0x82 rejected, 0x83 deferred). */
+uint8_t* fnMMS_MakeNotifyRespPdu(const char* tid, int32_t reportAllowed, int32_t status,
+                                 uint32_t* len);
+
+/* An m-acknowledge-ind for the retrieved message's transaction id. */
+uint8_t* fnMMS_MakeAcknowledgePdu(const char* tid, int32_t reportAllowed, uint32_t* len);
+
+/* A read report as a message: an m-send-req of class auto to one address, with a UTF-8 subject,
+ * without reports and date, and with an empty body. */
+uint8_t* fnMMS_MakeReadReportPdu(const char* tid, const char* to, const char* subject,
+                                 uint32_t* len);
+
+/* An m-read-rec-ind. Null also when the record's pMessageId or pTo is null. */
+uint8_t* fnMMS_MakeReadRecIndPdu(const tMMS_ReadRecInd* report, uint32_t* len);
+
+/* Frees a PDU made here; null is ignored. The caller's pointer stays as it was: do not use it. */
+void fnMMS_FreeMadeMsgPduBuf(uint8_t* pdu);
 
 /* ---- Message bodies -------------------------------------------------------------------- */
 
@@ -228,6 +307,20 @@ void fnMMS_FreeContentUnion(tMMS_ContentUnion* content);
 /* 1 when the body is null or begins with 84 A3 00 (multipart/mixed without parts), else 0. It
  * looks no further than the first byte that differs. */
 int32_t fnMMS_EmptyMMS(const uint8_t* body);
+
+/* Encodes a union as the body of a send request, from its Content-Type header on: multipart/related
+ * with the SMIL part first (Content-ID "<AAAA>", Name "mms.smil"), then the records in their order.
+ * A record's pContentLocation is written as its Name, Content-ID and Content-Location; its pName,
+ * pContentId and "fwd" values are not written, its charset only when bHasCharset is 1. A charset
+ * above 127 is written in a form that strict decoders read as another number. Without a SMIL part
+ * the body is multipart/mixed with the records only. A null union and one without records give
+ * 84 A3 00, the empty message.
+ *
+ * Null texts of a record are written as empty texts, null data as no bytes. Returns a new buffer,
+ * to be freed with fnSC_Free, and stores its length at `len`. Null when `len` is null, when memory
+ * is out and when 32 bits cannot hold the length; *len is then as it was, or 0 when it is the empty
+ * message that could not be made. The union is borrowed for the call. */
+uint8_t* fnMMS_MakeContentBodyPdu(const tMMS_ContentUnion* content, uint32_t* len);
 
 #ifdef __cplusplus
 }

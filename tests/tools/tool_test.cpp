@@ -92,7 +92,7 @@ TEST_F(Tool, exit_codes_and_one_line_reasons) {
     write("empty.mms", "");
     write("text.mms", "Hello");
     write("short.mms", "\x8C");
-    write("notification.mms", bytes("8C 82 98 'T' 00"));
+    write("notification.mms", bytes("8C 82 98 'T' 00 85 00"));
     write("unknown.mms", bytes("8C 99"));
     write("bad.mms", bytes("8C 84 98 'T' 00 B0 00"));
     const std::string size = std::to_string(message.size());
@@ -118,7 +118,8 @@ TEST_F(Tool, exit_codes_and_one_line_reasons) {
         {"show empty.mms", 1, "", "mmskit: empty.mms: the file is empty, at byte 0\n"},
         {"show - <text.mms", 1, "", "mmskit: standard input: neither a message"},
         {"show short.mms", 1, "", "the message type is missing, at byte 1\n"},
-        {"show notification.mms", 1, "", "mmskit: notification.mms: m-notification-ind is"},
+        {"show notification.mms", 1, "",
+         "mmskit: notification.mms: no content location, at byte 5\n"},
         {"show unknown.mms", 1, "", "unknown message type 0x99, at byte 1\n"},
         {"show bad.mms", 1, "", ", at byte 5\n"},
         {"extract bad.mms -o x", 1, "", ", at byte 5\n"},

@@ -1,0 +1,115 @@
+// mmskit show on every kind of message: what it is called, its headers with readable values, and
+// that damage is told and never crashes. Expected lines are what the public encoding means.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tests/support/bytes.h"
+
+namespace {
+
+using nlohmann::json;
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+struct Outcome {
+    int code;
+    std::string out, err;
+};
+
+Outcome show(const std::string& pdu, const std::string& options = "") {
+    std::string pattern = (fs::temp_directory_path() / "mmskit-show-XXXXXX").string();
+    const fs::path folder = mkdtemp(pattern.data());
+    std::ofstream(folder / "m", std::ios::binary) << pdu;
+    const std::string line =
+        "cd '" + folder.string() + "' && '" + MMSKIT_TOOL + "' show " + options + " m >out 2>err";
+    const int status = std::system(line.c_str());
+    Outcome outcome{WEXITSTATUS(status), file_bytes(folder / "out"), file_bytes(folder / "err")};
+    fs::remove_all(folder);
+    return outcome;
+}
+
+struct Kind {
+    const char* name;
+    const char* pdu;
+    const char* headers;  // JSON
+};
+
+const Kind kinds[] = {
+    {"m-send-req",
+     "8C 80 98 'T' 00 8D 92 85 04 65E07540 89 01 81 97 '+1/TYPE=PLMN' 00 97 'b@c' 00 81 '3' 00 96"
+     "05 EA 7F C3A5 00 8A 80 87 03 81 01 3C 88 06 80 04 65E07540 8F 82 94 80 86 80 90 81",
+     R"({"transaction_id":"T","mms_version":"1.2","date":{"seconds":1709208896,
+         "iso":"2024-02-29T12:14:56Z"},"to":"+1;b@c","bcc":"3","subject":"å",
+         "message_class":"personal","delivery_time":{"relative_seconds":60},
+         "expiry":{"seconds":1709208896,"iso":"2024-02-29T12:14:56Z"},"priority":"high",
+         "sender_visibility":"hide","delivery_report":true,"read_report":false})"},
+    {"m-send-conf", "8C 81 98 'T' 00 8D 92 92 C3 93 05 EA 7F C3A5 00 8B 'm' 00",
+     R"({"response_status":"error-transient-network-problem","response_text":"å",
+         "message_id":"m","transaction_id":"T"})"},
+    {"m-notification-ind",
+     "8C 82 98 'T' 00 8D 92 89 03 80 '4' 00 8A 81 8E 02 1000 88 05 81 03 03F480 83 'http://x' 00",
+     R"({"from":"4","content_location":"http://x","message_size":4096,
+         "expiry":{"relative_seconds":259200},"transaction_id":"T",
+         "message_class":"advertisement"})"},
+    {"m-notifyresp-ind", "8C 83 98 'T' 00 8D 10 95 83 91 81",
+     R"({"transaction_id":"T","mms_version":"1.0","status":"deferred","report_allowed":false})"},
+    {"m-acknowledge-ind", "8C 85 98 'T' 00 91 80",
+     R"({"transaction_id":"T","report_allowed":true})"},
+    {"m-delivery-ind", "8C 86 8B 'm' 00 97 '1' 00 95 85",
+     R"({"to":"1","status":"indeterminate","message_id":"m"})"},
+    {"m-read-rec-ind", "8C 87 8B 'm' 00 97 '1' 00 89 01 81 9B 81",
+     R"({"message_id":"m","to":"1","read_status":"deleted without being read"})"},
+    {"m-read-orig-ind", "8C 88 8B 'm' 00 89 03 80 '2' 00 97 '1' 00 9B 80",
+     R"({"from":"2","to":"1","read_status":"read","message_id":"m"})"},
+    {"m-forward-req", "8C 89 98 'T' 00 97 '1' 00 82 '2' 00 82 '3' 00 83 'http://x' 00",
+     R"({"transaction_id":"T","to":"1","cc":"2;3","content_location":"http://x"})"},
+    {"m-forward-conf", "8C 8A 98 'T' 00 92 99",
+     R"({"response_status":"0x99","transaction_id":"T"})"},
+};
+
+TEST(ShowKinds, every_kind_is_shown_with_readable_values) {
+    for (const Kind& kind : kinds) {
+        SCOPED_TRACE(kind.name);
+        const Outcome shown = show(bytes(kind.pdu), "--json");
+        EXPECT_EQ(shown.code, 0) << shown.err;
+        const json document = json::parse(shown.out);
+        EXPECT_EQ(document["kind"], kind.name);
+        EXPECT_EQ(document["headers"], json::parse(kind.headers));
+    }
+    const Outcome text = show(bytes(kinds[0].pdu));
+    for (const char* line : {"Bcc                    3\n", "X-Mms-Delivery-Time    in 60 s\n",
+                             "X-Mms-Sender-Visibility  hide\n"})
+        EXPECT_NE(text.out.find(line), std::string::npos) << text.out;
+    EXPECT_NE(show(bytes(kinds[2].pdu)).out.find("Size     4096 bytes\n"), std::string::npos);
+}
+
+TEST(ShowKinds, slides_of_a_request_are_shown) {
+    const std::string body = bytes("84 A3 01") + part(bytes("03 83 81 EA"), "hello");
+    const json document = json::parse(show(bytes(kinds[0].pdu) + body, "--json").out);
+    EXPECT_EQ(document["headers"], json::parse(kinds[0].headers));
+    ASSERT_EQ(document["slides"].size(), 1U);
+    EXPECT_EQ(document["slides"][0]["text"]["text"], "hello");
+}
+
+// A request cut anywhere is shown as far as it says, or refused in one line.
+TEST(ShowKinds, cut_off_headers_are_told) {
+    const std::string pdu = bytes(kinds[0].pdu);
+    for (size_t length = 1; length < pdu.size(); ++length) {
+        SCOPED_TRACE(length);
+        const Outcome shown = show(pdu.substr(0, length));
+        EXPECT_TRUE(shown.code == 0 ? shown.err.empty() : shown.code == 1 && shown.out.empty());
+        EXPECT_EQ(std::count(shown.err.begin(), shown.err.end(), '\n'), shown.code);
+    }
+    EXPECT_EQ(show(bytes("8C 80 85 1E 01")).err,
+              "mmskit: m: a header's value does not end inside the message, at byte 2\n");
+    EXPECT_EQ(show(bytes("8C 87 85 1F FFFFFF7F 01")).code, 1);
+}
+
+}  // namespace
