@@ -1,5 +1,5 @@
 /*
- * mmskit runtime: memory, strings, character sets and the log sink.
+ * mmskit runtime: memory, strings, character sets, lists and the log sink.
  *
  * Everything the library allocates comes from fnSC_Malloc_Local and goes back through fnSC_Free,
  * so a host that frees a record by hand uses fnSC_Free too. Unless a comment says otherwise,
@@ -175,6 +175,102 @@ char* fnCharSet_DecodeString2Local(int32_t charset, const uint8_t* in, uint32_t*
 
 /* Frees a result of fnCharSet_DecodeString2Local; null is ignored. */
 void fnCharSet_CharSetFreeStringBuf(char* s);
+
+/* ---- Doubly linked list ---------------------------------------------------------------- */
+
+/* A list of the caller's data pointers. The list owns its nodes, made and freed by the functions
+ * below, and never the data. An iterator is a node; null is past the end. A node stays valid until
+ * it is removed. A function that takes a node and a list expects a node of that list, except
+ * fnSCList_Remove, which looks. */
+
+typedef struct tSCListNode {
+    void* pData;
+    struct tSCListNode *pPrev, *pNext;
+} tSCListNode;
+
+typedef struct tSCList {
+    tSCListNode *pHead, *pTail;
+    int32_t iCount;
+    uint32_t uReserved; /* not used */
+} tSCList;
+
+/* Frees a datum. Receives the ADDRESS of a variable that holds it, so fnSC_Free is one of these. */
+typedef void (*tSCListFreeFunc)(void* ppData);
+typedef void (*tSCListFreeTypeFunc)(void* ppData, uint32_t word);
+
+/* 0 when equal, above 0 when `a` belongs after `b`. Must not change the list. */
+typedef int32_t (*tSCListCompareFunc)(void* a, void* b);
+
+/* Makes an empty list of a header of any content; the nodes of an earlier list are not freed. */
+void fnSCList_Init(tSCList* list);
+
+/* 1 when there is no node, for null too, else 0. */
+int32_t fnSCList_IsEmpty(const tSCList* list);
+
+/* Number of nodes; -1 for null. */
+int32_t fnSCList_GetCount(const tSCList* list);
+
+/* The first and the last node; the next and the previous one; null when there is none. */
+tSCListNode* fnSCList_BeginIter(const tSCList* list);
+tSCListNode* fnSCList_EndIter(const tSCList* list);
+tSCListNode* fnSCList_NextIter(const tSCListNode* node);
+tSCListNode* fnSCList_PrevIter(const tSCListNode* node);
+
+/* 1 for a node, 0 for null. */
+int32_t fnSCList_IsValid(const tSCListNode* node);
+
+/* The datum, borrowed from whoever added it; null for null. */
+void* fnSCList_GetData(const tSCListNode* node);
+
+/* Add a datum at the end, at the front, before or after a node. Return the new node; null, with
+ * the list as it was, for a null argument (so a list holds no null data) or when memory is out. */
+tSCListNode* fnSCList_AddTail(tSCList* list, void* data);
+tSCListNode* fnSCList_AddFront(tSCList* list, void* data);
+tSCListNode* fnSCList_AddBefore(tSCList* list, tSCListNode* node, void* data);
+tSCListNode* fnSCList_AddAfter(tSCList* list, tSCListNode* node, void* data);
+
+/* Removes and frees a node, not its datum. The node is looked for from the head: one that is not
+ * in this list changes nothing. Removing the head takes no walk. */
+void fnSCList_Remove(tSCList* list, tSCListNode* node);
+
+/* Remove the first or the last node and return its datum, which the caller now keeps; null when
+ * the list is empty or null. */
+void* fnSCList_RemoveFront(tSCList* list);
+void* fnSCList_RemoveTail(tSCList* list);
+
+/* Remove all nodes from the front on and call `free` for each datum that is not null, its node
+ * being gone already; a null `free` drops the data. The second hands `word` on. */
+void fnSCList_Clear(tSCList* list, tSCListFreeFunc free);
+void fnSCList_Clear_ByType(tSCList* list, tSCListFreeTypeFunc free, uint32_t word);
+
+/* Calls `free` (null: drops the datum) for the node at `index`, counted from 0, and removes it.
+ * 1 when done, 0 when there is no such node. */
+int32_t fnSCList_Delete_ByNum(tSCList* list, int32_t index, tSCListFreeFunc free);
+
+/* The first node that holds this very pointer; the first for which compare(key, datum) is 0; the
+ * node at `index`, counted from 0. Null when there is none or for a null argument. */
+tSCListNode* fnSCList_Find(const tSCList* list, void* data);
+tSCListNode* fnSCList_CompareFind(const tSCList* list, void* key, tSCListCompareFunc compare);
+tSCListNode* fnSCList_Find_ByNum(const tSCList* list, int32_t index);
+
+/* Exchanges the data of two nodes; nothing for a null one. */
+void fnSCList_Swap(tSCListNode* a, tSCListNode* b);
+
+/* Puts `node` right before `before`, or at the end when that is null. The node stays valid. */
+void fnSCList_Move(tSCList* list, tSCListNode* node, tSCListNode* before);
+
+/* Reverses the order of the nodes in place. Returns `list`. */
+tSCList* fnSCList_Reverse(tSCList* list);
+
+/* Sorts ascending; equal data keep their order. The data move and the nodes stay, so an iterator
+ * keeps its place and not its datum. n log n comparisons at most, and no memory is needed. The
+ * list must not be looked at while it is sorted. Returns `list`; null for a null argument, with
+ * nothing done. */
+tSCList* fnSCList_Sort(tSCList* list, tSCListCompareFunc compare);
+
+/* For a list of AT MOST ONE node whose datum is a block of this library: frees the datum and the
+ * node and leaves the list empty. Further nodes are lost; use fnSCList_Clear for any other list. */
+void fnSCList_Free(tSCList* list);
 
 /* ---- Log sink -------------------------------------------------------------------------- */
 

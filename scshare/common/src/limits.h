@@ -41,4 +41,13 @@ inline constexpr uint64_t media_index_entries = 1U << 19;
 // there, of up to 128 bytes and the terminator.
 inline constexpr uint32_t generated_name = 129;  // bytes
 
+// A push document as XML text, after its declarations and comments are taken out. It travels in a
+// few short messages or in one push of at most 64 KB. The XML parser calls itself once a level and
+// searches elements and attributes by walking lists, so these bound its stack and its time.
+inline constexpr uint32_t push_xml_text = 256U << 10;  // bytes
+inline constexpr uint32_t push_xml_depth = 32;         // levels; a document has 3
+inline constexpr uint32_t push_xml_markup = 4096;      // tags, instructions, CDATA sections
+inline constexpr uint32_t push_xml_attributes = 4096;
+inline constexpr uint32_t push_xml_element_attributes = 64;  // an indication has 5
+
 }  // namespace mmskit::limits

@@ -1,0 +1,108 @@
+// The one bounded reader under all decoding. The rule that every decoder keeps through it: the
+// library answers as if zero bytes followed the input, and never reads there. So a text that the
+// input cuts off ends there, a missing octet is zero, and a skip past the end stays past the end.
+// Positions are 64-bit offsets; no length is ever computed as an unsigned difference.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace mmskit {
+
+// Bytes of the input, cut to what is really there. `data` is null when `size` is 0 only if the
+// reader itself was empty; nothing is owned.
+struct Slice {
+    const uint8_t* data = nullptr;
+    size_t size = 0;
+};
+
+class BoundedReader {
+  public:
+    BoundedReader() = default;
+    BoundedReader(const uint8_t* data, size_t size)
+        : data_(data), size_(data != nullptr ? size : 0) {}
+    explicit BoundedReader(Slice s) : data_(s.data), size_(s.size) {}
+
+    // Over bytes whose end is unknown: for the cursor routines that carry no length and are
+    // called only with values that are known to end.
+    static BoundedReader unbounded(const uint8_t* data) {
+        BoundedReader r;
+        r.data_ = data;
+        r.size_ = unknown_size;
+        return r;
+    }
+
+    // Offset from the start; beyond size() once something past the end was read or skipped.
+    uint64_t position() const { return position_; }
+    uint64_t size() const { return size_; }
+    bool at_end() const { return position_ >= size_; }
+    // Set for good once anything past the end was asked for.
+    bool past_end() const { return position_ > size_; }
+    // Bytes that are really there from the cursor on.
+    uint64_t remaining() const { return at_end() ? 0 : size_ - position_; }
+    // The cursor; the end of the input when it is past it.
+    const uint8_t* here() const { return data_ + (size_ - remaining()); }
+
+    // The byte `ahead` of the cursor without moving; 0 past the end.
+    uint8_t peek(uint64_t ahead = 0) const {
+        const Slice s = there(ahead, 1);
+        return s.size != 0 ? *s.data : uint8_t{0};
+    }
+    uint8_t byte() {
+        const uint8_t value = peek();
+        skip(1);
+        return value;
+    }
+    void skip(uint64_t count) {
+        position_ = count > position_limit - position_ ? position_limit : position_ + count;
+    }
+    void seek(uint64_t position) {
+        position_ = position < position_limit ? position : position_limit;
+    }
+
+    // The next `count` bytes, cut to what is there; the cursor moves the whole count.
+    Slice take(uint64_t count) {
+        const Slice s = there(0, count);
+        skip(count);
+        return s;
+    }
+    // A reader of its own over the next `count` bytes, cut to what is there.
+    BoundedReader child(uint64_t count) { return BoundedReader(take(count)); }
+
+    // The text from the cursor to its NUL (or to the end of the input), without the NUL; the
+    // cursor moves past the NUL, which is taken to stand right after the end if there is none.
+    Slice text() {
+        Slice s;
+        if (size_ == unknown_size) {
+            s = {here(), std::strlen(reinterpret_cast<const char*>(here()))};
+        } else {
+            s = there(0, remaining());
+            const void* nul = s.size != 0 ? std::memchr(s.data, 0, s.size) : nullptr;
+            if (nul != nullptr)
+                s.size = static_cast<size_t>(static_cast<const uint8_t*>(nul) - s.data);
+        }
+        skip(static_cast<uint64_t>(s.size) + 1);
+        return s;
+    }
+
+  private:
+    static constexpr uint64_t unknown_size = UINT64_MAX / 4;
+    static constexpr uint64_t position_limit = UINT64_MAX / 2;
+
+    // The one place where a bound is checked: what is really there of `count` bytes, `ahead` of
+    // the cursor.
+    Slice there(uint64_t ahead, uint64_t count) const {
+        if (data_ == nullptr) return {};
+        const uint64_t left = remaining();
+        if (ahead >= left) return {data_ + size_, 0};
+        const uint64_t have = left - ahead;
+        return {here() + ahead, static_cast<size_t>(count < have ? count : have)};
+    }
+
+    const uint8_t* data_ = nullptr;
+    uint64_t size_ = 0;
+    uint64_t position_ = 0;
+};
+
+}  // namespace mmskit
