@@ -4,11 +4,14 @@
 #include "facts.h"
 
 #include <array>
-#include <cstdio>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include "file_io.h"
+#include "header_facts.h"
+#include "plain_headers.h"
+#include "push_facts.h"
 #include "safe_text.h"
 
 namespace mmskit_tool {
@@ -18,45 +21,6 @@ constexpr uint8_t retrieved_record_kind = 4;  // of fnMMS_FreeMessageMem
 
 constexpr uint8_t content_type_code = 0x84;  // OMA-MMS-ENC 7.4: the header that opens a body
 constexpr uint8_t message_type_code = 0x8C;  // and the one that opens every PDU
-
-// ---- Headers -----------------------------------------------------------------------------------
-
-std::string hex(uint8_t byte) {
-    char buffer[8];
-    (void)std::snprintf(buffer, sizeof buffer, "0x%02x", byte);
-    return buffer;
-}
-
-// Assigned values count from 0x80; one without a name is shown as it came.
-template <std::size_t N>
-std::string token_name(uint8_t code, const std::array<const char*, N>& names) {
-    return code >= 0x80 && code < 0x80 + N ? names[code - 0x80U] : hex(code);
-}
-
-constexpr std::array class_names{"personal", "advertisement", "informational", "auto"};
-constexpr std::array priority_names{"low", "normal", "high"};
-
-std::vector<HeaderFact> collect_headers(const tMMS_RetrieveConf& record) {
-    std::vector<HeaderFact> headers;
-    const auto text = [&](const char* name, const char* key, const char* value) {
-        if (value != nullptr) headers.push_back({name, key, std::string(value)});
-    };
-    const auto token = [&](const char* name, const char* key, uint8_t code, const auto& names) {
-        if (code != 0) headers.push_back({name, key, token_name(code, names)});
-    };
-    text("From", "from", record.From);
-    text("To", "to", record.pTo);
-    text("Cc", "cc", record.pCc);
-    text("Subject", "subject", record.pSubject);
-    if (record.iDate != 0) headers.push_back({"Date", "date", Date{record.iDate}});
-    text("Message-ID", "message_id", record.pMessageId);
-    text("X-Mms-Transaction-Id", "transaction_id", record.pTransactionId);
-    token("X-Mms-Message-Class", "message_class", record.bMessageClass, class_names);
-    token("X-Mms-Priority", "priority", record.bPriority, priority_names);
-    headers.push_back({"X-Mms-Delivery-Report", "delivery_report", record.bDeliveryReport != 0});
-    headers.push_back({"X-Mms-Read-Report", "read_report", record.bReadReport != 0});
-    return headers;
-}
 
 // ---- Slides ------------------------------------------------------------------------------------
 
@@ -155,8 +119,9 @@ Flaw last_flaw(std::size_t base) {
 
 }  // namespace
 
-// The kinds of message by the value of X-Mms-Message-Type (OMA-MMS-ENC 7.3.30); a kind without an
-// opener is recognised and refused by its name.
+// The kinds of message by the value of X-Mms-Message-Type (OMA-MMS-ENC 7.3.30). A send request is
+// read plainly too: the library's record of one holds neither flags nor times, and it refuses one
+// with a date.
 struct OpenMessage::Kind {
     uint8_t type;
     const char* name;
@@ -164,17 +129,21 @@ struct OpenMessage::Kind {
 };
 
 const OpenMessage::Kind OpenMessage::kinds[] = {
-    {0x80, "m-send-req", nullptr},
-    {0x81, "m-send-conf", nullptr},
-    {0x82, "m-notification-ind", nullptr},
-    {0x83, "m-notifyresp-ind", nullptr},
+    {0x80, "m-send-req", &OpenMessage::open_plain},
+    {0x81, "m-send-conf", &OpenMessage::open_headers<fnMMS_ParseSendConf, 2, send_conf_headers>},
+    {0x82, "m-notification-ind",
+     &OpenMessage::open_headers<fnMMS_ParseNotificationInd, 3, notification_headers>},
+    {0x83, "m-notifyresp-ind", &OpenMessage::open_plain},
     {0x84, "m-retrieve-conf", &OpenMessage::open_retrieved},
-    {0x85, "m-acknowledge-ind", nullptr},
-    {0x86, "m-delivery-ind", nullptr},
-    {0x87, "m-read-rec-ind", nullptr},
-    {0x88, "m-read-orig-ind", nullptr},
-    {0x89, "m-forward-req", nullptr},
-    {0x8A, "m-forward-conf", nullptr},
+    {0x85, "m-acknowledge-ind", &OpenMessage::open_plain},
+    {0x86, "m-delivery-ind",
+     &OpenMessage::open_headers<fnMMS_ParseDeliveryInd, 5, delivery_headers>},
+    {0x87, "m-read-rec-ind", &OpenMessage::open_plain},
+    {0x88, "m-read-orig-ind",
+     &OpenMessage::open_headers<fnMMS_ParseReadOrigInd, 9, read_orig_headers>},
+    {0x89, "m-forward-req", &OpenMessage::open_plain},
+    {0x8A, "m-forward-conf",
+     &OpenMessage::open_headers<fnMMS_ParseForwardConf, 11, forward_conf_headers>},
 };
 
 const char* media_kind_name(MediaKind kind) {
@@ -199,11 +168,13 @@ OpenMessage::OpenMessage(std::vector<uint8_t> bytes) : bytes_(std::move(bytes)) 
         facts_.kind = "message body";
         open_body(bytes_.data(), bytes_.size());
         if (facts_.body_flaw) throw Flaw(*facts_.body_flaw);
+    } else if (const auto push = recognize_push(bytes_)) {
+        collect_push(bytes_, *push, facts_);
     } else {
         throw Flaw{
             "neither a message, which begins with 0x8c, nor a message body, which begins "
             "with 0x84, but " +
-                hex(bytes_[0]),
+                hex_byte(bytes_[0]),
             0};
     }
 }
@@ -214,27 +185,41 @@ void OpenMessage::open_pdu() {
     if (bytes_.size() < 2) throw Flaw{"the message type is missing", 1};
     for (const Kind& kind : kinds) {
         if (kind.type != bytes_[1]) continue;
-        if (kind.open == nullptr) {
-            throw Flaw{std::string(kind.name) + " is no kind of message that can be shown", 1};
-        }
         facts_.kind = kind.name;
         (this->*kind.open)();
         return;
     }
-    throw Flaw{"unknown message type " + hex(bytes_[1]), 1};
+    throw Flaw{"unknown message type " + hex_byte(bytes_[1]), 1};
 }
 
 void OpenMessage::open_retrieved() {
     record_.reset(fnMMS_ParseRetrieveConf(bytes_.data(), static_cast<int32_t>(bytes_.size())));
     if (record_ == nullptr) throw last_flaw(0);
-    facts_.headers = collect_headers(*record_);
+    facts_.headers = retrieved_headers(*record_);
     if (record_->pBody != nullptr && record_->iBodyLen > 0) {
         open_body(record_->pBody, record_->iBodyLen);
     }
 }
 
+template <auto parse, uint8_t record_kind, auto collect>
+void OpenMessage::open_headers() {
+    const auto release = [](auto* record) { fnMMS_FreeMessageMem(record, record_kind); };
+    auto* const parsed = parse(bytes_.data(), static_cast<int32_t>(bytes_.size()));
+    if (parsed == nullptr) throw last_flaw(0);
+    const std::unique_ptr<std::remove_pointer_t<decltype(parsed)>, decltype(release)> record(
+        parsed, release);
+    facts_.headers = collect(*record);
+}
+
+void OpenMessage::open_plain() {
+    PlainHeaders plain = read_plain_headers(bytes_);
+    facts_.headers = std::move(plain.headers);
+    if (plain.body) open_body(bytes_.data() + *plain.body, bytes_.size() - *plain.body);
+}
+
 // The body is the end of the file, which gives an offset inside it its place there.
 void OpenMessage::open_body(const uint8_t* body, std::size_t length) {
+    body_ = {body, length};
     const int32_t built = fnPAR_SmilParserEntry(body, static_cast<int32_t>(length));
     view_.reset(&tSMIL_ViewStruct);
     if (built != 0) {

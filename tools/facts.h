@@ -20,10 +20,18 @@ struct Date {
     uint32_t seconds;  // since 1970-01-01 UTC
 };
 
+struct Period {
+    uint32_t seconds;  // from when the message is sent or arrives
+};
+
+struct ByteCount {
+    uint32_t bytes;
+};
+
 struct HeaderFact {
     const char* name;
     const char* json_key;
-    std::variant<std::string, Date, bool> value;
+    std::variant<std::string, Date, bool, Period, ByteCount> value;
 };
 
 // A region in pixels; all zero when the message places the element nowhere.
@@ -103,6 +111,8 @@ class OpenMessage {
     OpenMessage& operator=(const OpenMessage&) = delete;
 
     [[nodiscard]] const MessageFacts& facts() const { return facts_; }
+    // From its Content-Type header on; empty when the message has none.
+    [[nodiscard]] std::span<const uint8_t> body() const { return body_; }
 
   private:
     struct ViewRelease {
@@ -116,12 +126,18 @@ class OpenMessage {
 
     void open_pdu();
     void open_retrieved();
+    // A kind of headers only: its decoder, the kind of its record, and what collects the headers.
+    template <auto parse, uint8_t record_kind, auto collect>
+    void open_headers();
+    // A kind that the library only writes.
+    void open_plain();
     void open_body(const uint8_t* body, std::size_t length);
 
     // Released in the opposite order: the view points into the record, or into the bytes.
     std::vector<uint8_t> bytes_;
     std::unique_ptr<tMMS_RetrieveConf, RecordRelease> record_;
     std::unique_ptr<const tSMIL_View, ViewRelease> view_;
+    std::span<const uint8_t> body_;
     MessageFacts facts_;
 };
 

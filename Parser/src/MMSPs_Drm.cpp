@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "Parser/src/MMSPs_Media.h"
-#include "Protocol/src/wsp_reader.h"
+#include "scshare/common/src/bounded_reader.h"
 #include "scshare/common/src/limits.h"
 
 namespace mmskit {

@@ -9,7 +9,7 @@
 
 #include "Protocol/src/MMSProl_Records.h"
 #include "Protocol/src/pdu_writer.h"
-#include "Protocol/src/wsp_reader.h"
+#include "scshare/common/src/bounded_reader.h"
 
 namespace mmskit {
 

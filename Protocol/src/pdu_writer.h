@@ -32,11 +32,7 @@ class PduWriter {
     }
 
     void byte(uint8_t value) { bytes(&value, 1); }
-    void bytes(const void* data, uint64_t count) {
-        uint8_t* to = room(count);
-        if (to != nullptr && count != 0) std::memcpy(to, data, static_cast<size_t>(count));
-        size_ += count;
-    }
+    void bytes(const void* data, uint64_t count);
     // The text and its NUL; a null text is an empty one.
     void text(const char* s) {
         bytes(s != nullptr ? s : "", (s != nullptr ? std::strlen(s) : 0) + 1);
@@ -59,31 +55,8 @@ class PduWriter {
     enum class Mode : uint8_t { grow, measure, borrowed };
 
     // Where `count` bytes go, or null when they are only counted or cannot be stored.
-    uint8_t* room(uint64_t count) {
-        if (mode_ == Mode::measure) return nullptr;
-        if (mode_ == Mode::borrowed) return borrowed_ + size_;
-        if (size_ + count > capacity_) {
-            reserve(grown_capacity(size_ + count));
-        }
-        return failed_ ? nullptr : buffer_.get() + size_;
-    }
-    // Doubles, so that appending costs linear time in all; never past 32 bits by doubling alone.
-    uint64_t grown_capacity(uint64_t needed) const {
-        uint64_t doubled = capacity_ < minimum_capacity ? minimum_capacity : capacity_ * 2;
-        if (doubled > UINT32_MAX) doubled = UINT32_MAX;
-        return doubled > needed ? doubled : needed;
-    }
-    void reserve(uint64_t capacity) {
-        if (failed_) return;
-        OwnedBytes larger(static_cast<uint8_t*>(allocate(capacity)));
-        if (!larger) {
-            failed_ = true;
-            return;
-        }
-        if (size_ != 0) std::memcpy(larger.get(), buffer_.get(), static_cast<size_t>(size_));
-        buffer_ = static_cast<OwnedBytes&&>(larger);
-        capacity_ = capacity;
-    }
+    uint8_t* room(uint64_t count);
+    void reserve(uint64_t capacity);
 
     static constexpr uint64_t minimum_capacity = 64;
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "Protocol/src/pdu_writer.h"
-#include "Protocol/src/wsp_reader.h"
+#include "scshare/common/src/bounded_reader.h"
 #include "scshare/common/src/owned.h"
 
 namespace mmskit {

@@ -1,0 +1,140 @@
+// INI stores: a list of keys and values in memory, and its file: key, zero byte, value, zero byte,
+// line feed for each entry. Relies on the record files for saving and loading whole lists.
+#include <cstring>
+#include <utility>
+
+#include "scfs/common/src/record_file.h"
+
+namespace mmskit {
+namespace {
+
+const char* text_or_empty(const char* text) {
+    return text != nullptr ? text : "";
+}
+
+// As bytes, not as strings: a key or value that is a single line feed would be taken for a line
+// tag, lose its zero byte and shift every entry after it.
+void write_text(tSCFS_FileBuffer* buffer, const char* text) {
+    const size_t length = std::strlen(text_or_empty(text));
+    // No area takes what a length cannot say: it closes the buffer like any other that is too long.
+    fnSCFS_Buffer_WriteMem(buffer, text_or_empty(text),
+                           length < INT32_MAX ? static_cast<int32_t>(length) : INT32_MAX);
+}
+
+void write_entry(tSCFS_FileBuffer* buffer, void* record) {
+    const auto* entry = static_cast<const tSCFS_INI_Entry*>(record);
+    write_text(buffer, entry->pKey);
+    write_text(buffer, entry->pValue);
+    fnSCFS_Buffer_WriteLineTag(buffer);
+}
+
+struct FreeEntry {
+    void operator()(tSCFS_INI_Entry* entry) const { fnSCFS_INI_FreeNode(&entry); }
+};
+using OwnedEntry = Owned<tSCFS_INI_Entry, FreeEntry>;
+
+// Takes both texts; null, with all released, when one is missing or memory is out.
+tSCFS_INI_Entry* new_entry(OwnedText key, OwnedText value) {
+    if (!key || !value) return nullptr;
+    auto* entry = new_record<tSCFS_INI_Entry>();
+    if (entry != nullptr) *entry = {key.release(), value.release()};
+    return entry;
+}
+
+bool append(tSCList* list, tSCFS_INI_Entry* made) {
+    OwnedEntry entry(made);
+    if (!entry || fnSCList_AddTail(list, entry.get()) == nullptr) return false;
+    (void)entry.release();
+    return true;
+}
+
+bool read_entries(tSCFS_FileBuffer& buffer, tSCList* list) {
+    while (fnSCFS_Buffer_IsEnd(&buffer) == 0) {
+        OwnedText key(fnSCFS_Buffer_ReadString(&buffer));
+        OwnedText value(fnSCFS_Buffer_ReadString(&buffer));
+        if (!append(list, new_entry(std::move(key), std::move(value)))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+tSCFS_INI_Entry* find_entry(const tSCList* list, const char* key) {
+    const tSCListNode* node = fnSCList_CompareFind(list, &key, fnSCFS_INI_Compare);
+    return node != nullptr ? static_cast<tSCFS_INI_Entry*>(node->pData) : nullptr;
+}
+
+// The key text that a record, or a variable with just a key, begins with.
+const char* key_of(const void* holder) {
+    const char* key = nullptr;
+    if (holder != nullptr) std::memcpy(&key, holder, sizeof key);
+    return text_or_empty(key);
+}
+
+}  // namespace
+}  // namespace mmskit
+
+extern "C" {
+
+void fnSCFS_INI_List_Init(const char* file, tSCList* list) {
+    fnSCList_Init(list);
+    fnSCFS_Load_INI_To_List(file, list);
+}
+
+void fnSCFS_Load_INI_To_List(const char* file, tSCList* list) {
+    if (list == nullptr) return;
+    mmskit::RecordArea area;
+    const bool recovered = file != nullptr && mmskit::recover_file(file);
+    if (!area.open_for(file)) return;
+    fnSCList_Clear(list, fnSCFS_INI_FreeNode);
+    if (!recovered || !mmskit::read_file(file, area.buffer)) return;
+    if (!mmskit::read_entries(area.buffer, list)) fnSCList_Clear(list, fnSCFS_INI_FreeNode);
+}
+
+void fnSCFS_INI_FreeNode(void* ppEntry) {
+    if (ppEntry == nullptr) return;
+    tSCFS_INI_Entry* entry = nullptr;
+    std::memcpy(&entry, ppEntry, sizeof entry);
+    if (entry == nullptr) return;
+    fnSC_Free(&entry->pKey);
+    fnSC_Free(&entry->pValue);
+    fnSC_Free(ppEntry);
+}
+
+int32_t fnSCFS_INI_Compare(void* a, void* b) {
+    return std::strcmp(mmskit::key_of(a), mmskit::key_of(b));
+}
+
+int32_t fnSCFS_INI_Read(const char* file, tSCList* list, const char* key, char* destination) {
+    if (file == nullptr || list == nullptr || key == nullptr || destination == nullptr) return 0;
+    const tSCFS_INI_Entry* entry = mmskit::find_entry(list, key);
+    if (entry == nullptr) return 0;
+    const char* value = mmskit::text_or_empty(entry->pValue);
+    std::memmove(destination, value, std::strlen(value) + 1);
+    return 1;
+}
+
+int32_t fnSCFS_INI_WriteRAM(tSCList* list, const char* key, const char* value) {
+    if (list == nullptr || key == nullptr) return 0;
+    mmskit::OwnedText copy(fnSC_MEMSTRCOPY(value));
+    if (tSCFS_INI_Entry* entry = mmskit::find_entry(list, key)) {
+        mmskit::replace_owned(entry->pValue, copy.release());
+        return entry->pValue != nullptr;
+    }
+    return mmskit::append(
+        list, mmskit::new_entry(mmskit::OwnedText(mmskit::copy_text(key)), std::move(copy)));
+}
+
+int32_t fnSCFS_INI_Write(const char* file, tSCList* list, const char* key, const char* value) {
+    if (file == nullptr || fnSCFS_INI_WriteRAM(list, key, value) == 0) return 0;
+    return fnSCFS_Write_INI_To_File(file, list);
+}
+
+int32_t fnSCFS_Write_INI_To_File(const char* file, tSCList* list) {
+    if (file == nullptr || list == nullptr) return 0;
+    mmskit::RecordArea area;
+    return area.open_for(file) &&
+           mmskit::save_list(file, list, mmskit::write_entry, area, fnSCFS_WriteToFile);
+}
+
+}  // extern "C"
