@@ -5,7 +5,6 @@
 #include <mmskit/composer.h>
 #include <mmskit/runtime.h>
 
-#include <algorithm>
 #include <array>
 #include <string>
 
@@ -31,11 +30,11 @@ inline std::string string_of(const void* data, size_t size) {
 inline int32_t add(Kind kind, Medium m) {
     auto* data = reinterpret_cast<uint8_t*>(m.data.data());
     char *type = m.type.data(), *name = m.name.data();
-    CPSMediaInfo picture = {data, type, name, m.begin, m.end, m.size, {}};
+    const auto& l = m.layout;
+    const CPSMediaInfo picture = {
+        data, type, name, m.begin, m.end, m.size, {l[0], l[1], l[2], l[3]}};
     const CPSAudioInfo sound = {data, type, name, m.begin, m.end, m.size};
-    CPSTextInfo text = {m.data.data(), m.begin, m.end, m.size, {}};
-    std::ranges::copy(m.layout, picture.aiLayout);
-    std::ranges::copy(m.layout, text.aiLayout);
+    const CPSTextInfo text = {m.data.data(), m.begin, m.end, m.size, {l[0], l[1], l[2], l[3]}};
     if (kind == words) return fnCPS_AddText(&text);
     if (kind == audio) return fnCPS_AddAudio(&sound);
     return (kind == image ? fnCPS_AddImage : fnCPS_AddVideo)(&picture);
@@ -53,6 +52,7 @@ inline std::string written() {
     return out;
 }
 inline int32_t reedit(const std::string& body) {
+    fnCPS_Quit();
     const Guarded guarded(body);
     return fnCPS_ReEditMms(guarded.data(), guarded.length());
 }

@@ -136,9 +136,7 @@ class RandomWalk : public testing::TestWithParam<uint32_t> {
         if (ms >= 1) here().duration = ms;
     }
     void set_colour(int32_t which) {
-        const uint32_t rgb = random_() & 0xFFFFFF;
-        set_colour_call[which](rgb);
-        here().colours[which] = rgb;
+        set_colour_call[which](here().colours[which].emplace(random_() & 0xFFFFFF));
     }
     void delete_attachment() {
         const int32_t index = below(12) - 1;
@@ -242,7 +240,6 @@ class RandomWalk : public testing::TestWithParam<uint32_t> {
             if (m.type == "text/plain") m.data = std::string(m.data.c_str());
             m.data.resize(m.size);
         }
-        fnCPS_Quit();
         ASSERT_EQ(reedit(first), CPS_OK);
         EXPECT_TRUE(!same || hex(written()) == hex(first));
         for (cursor_ = 0; !HasFailure(); move_cursor(true)) {

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -133,53 +132,46 @@ TEST_F(Media, AnIndexOutOfMemoryChangesNothing) {
 }
 
 TEST_F(Media, FailedLookUps) {
+    const NoLeak check;
     tSMIL_Text text_element{};
     tSMIL_Media image{};
     Parts parts({{"a", "-", "-"}});
     EXPECT_EQ(SmilGetTextDataById(&text_element, "a") + SmilGetImgDataById(&image, "a"), 0)
         << "a null media list";
     hold(parts, false);
-    EXPECT_EQ(SmilGetTextDataById(nullptr, "a") + SmilGetTextDataById(&text_element, "") +
-                  SmilGetImgDataById(&image, nullptr),
-              0);
     EXPECT_EQ(SmilGetImgDataById(&image, "none") + SmilGetTextDataById(&text_element, "none"), 2);
     parts[0].pData = reinterpret_cast<uint8_t*>(parts[0].pContentLocation);
-    parts[0].iDataLen = 1;
-    parts[0].bHasCharset = 1;
+    parts[0].iDataLen = parts[0].bHasCharset = 1;
     parts[0].iCharset = 1000;
     EXPECT_EQ(SmilGetTextDataById(&text_element, "a"), 0)
         << "UCS-2 without its mark cannot be converted";
     EXPECT_TRUE(image.Data == nullptr && text_element.Data == nullptr);
-
-    const NoLeak check;
-    EXPECT_EQ(SmilGetElementById(nullptr, "a"), nullptr);
     EXPECT_EQ(SmilGetElementById(parts.list(), "A"), parts.list());
     tMMS_MediaData* fresh = SmilGetElementById(parts.list(), "none");
-    ASSERT_NE(fresh, nullptr);
-    EXPECT_EQ(fresh->pNext, nullptr);
+    EXPECT_TRUE(fresh != nullptr && fresh->pNext == nullptr);
     fnSC_Free(&fresh);
 }
 
 TEST_F(Media, SeparateDeliveryIsToldWithItsValues) {
     Parts parts({{"a", "-", "-"}});
     hold(parts, false);
-    parts[0].pData = reinterpret_cast<uint8_t*>(parts[0].pContentLocation);
     parts[0].pContentType = const_cast<char*>("image/gif");
     parts[0].bDrmSeparate = 1;
     parts[0].iDrmInfo1 = 11;
     parts[0].iDrmInfo2 = 12;
     tSMIL_Media image{};
+    parts[0].pData = reinterpret_cast<uint8_t*>(parts[0].pContentLocation);
     ASSERT_EQ(SmilGetImgDataById(&image, "a"), 1);
+    EXPECT_EQ(parts[0].IsSmil, 1U);
     tSMIL_Par slide{};
     slide.Img = &image;
     tSMIL_ViewStruct.CurPar = &slide;
     tPAR_Image out{};
-    ASSERT_EQ(fnPAR_GetCurParImg(&out), 1);
+    EXPECT_EQ(fnPAR_GetCurParImg(&out), 1);
     EXPECT_TRUE(out.IsDrm == 1 && out.DrmType == 5 && out.DrmInfo1 == 11 && out.DrmInfo2 == 12);
-    EXPECT_EQ(parts[0].IsSmil, 1U);
     mmskit::clear_element(image);
     parts[0].IsSmil = 0;
-    EXPECT_EQ(SmilParserNoSmilMMS(parts.list()), 1);
+    ASSERT_EQ(SmilParserNoSmilMMS(parts.list()), 1);
     const tSMIL_Attachment& listed = *tSMIL_ViewStruct.AttachmentList;
     EXPECT_TRUE(listed.DrmType == 5 && listed.DrmInfo1 == 11 && listed.DrmInfo2 == 12);
     SmilParserClean();
@@ -206,11 +198,8 @@ TEST_F(Media, DrmClassIsInTheContentTypeLine) {
     const std::string x60(60, 'x');
     const std::pair<std::string, std::string> cases[] = {
         {"--b\r\n" + ct + "Image/JPEG; a=b\r\n\r\ndata", "1 0 image/jpeg"},
-        {"x" + ct + "i m a g e" + end, "1 0 image"},
         {ct + "image/jpeg; x=1; FWD=y" + end, "5 0 "},
         {ct + "a ;ringtone=1" + end, "5 0 "},
-        {ct + "fwd=1" + end, "1 0 fwd=1"},
-        {ct + oma + "rights+xml" + end, "2 0 "},
         {end + ct + oma + "rights+wbxml;x" + end, "2 0 "},
         {ct + x60 + ";" + end, "1 0 " + x60.substr(0, 49)},
         {std::string(120, 'y') + ct + "image/gif" + end, "0 0 "},
@@ -223,7 +212,6 @@ TEST_F(Media, DrmClassIsInTheContentTypeLine) {
     EXPECT_EQ(drm_class(content, "x"), "3 0 ");
     EXPECT_EQ(drm_class("Application/vnd.oma.drm.message", ct + "a" + end), "0 0 ");
     EXPECT_EQ(fnPAR_DrmType(message, nullptr, 9, nullptr, nullptr), 0);
-    EXPECT_EQ(fnPAR_DrmType(nullptr, nullptr, -1, nullptr, nullptr), 0);
 }
 
 TEST_F(Media, drm_header_length_leaves_out_empty_line) {
@@ -237,34 +225,26 @@ TEST_F(Media, drm_header_length_leaves_out_empty_line) {
 // ---- Kinds and names ----------------------------------------------------------------------
 
 TEST_F(Media, only_bare_words_are_playable) {
-    const std::pair<const char*, int32_t> cases[] = {
-        {nullptr, -1}, {"Text/PLAIN", 1}, {"text/plain2", 5}, {"text", 5},       {"text/html", 5},
-        {"", 2},       {"IMAGE", 2},      {"im", 2},          {"image/jpeg", 5}, {"audio", 3},
-        {"a", 3},      {"Vid", 4},        {"video/3gpp", 5}};
-    for (const auto& [type, expected] : cases)
-        EXPECT_EQ(fnPAR_IsPlayedMedia(type), expected) << text(type);
+    const std::string rows =
+        "Text/PLAIN>1 text/plain2>5 text>5 text/html>5 IMAGE>2 im>2 image/jpeg>5 audio>3 a>3 "
+        "Vid>4 video/3gpp>5 ";
+    EXPECT_EQ(rows_made(rows, [](const char* s) { return print("%d", fnPAR_IsPlayedMedia(s)); }),
+              rows);
+    EXPECT_EQ(fnPAR_IsPlayedMedia(nullptr), -1);
+    EXPECT_EQ(fnPAR_IsPlayedMedia(""), 2);
 }
 
 TEST_F(Media, name_rows_are_irregular) {
     const std::string rows =
         "image/jpeg>image-7.jpeg Image/jpeg>unKnown video/3gpp>video-7.mp4 Video/3gpp>video-7.3gp "
-        "video/mp4>video-7.3gp Video/mp4>video-7.mp4 audio/3gpp>audio-7.mp4 Audio/3gpp>audio-7.3gp "
-        "audio/mp4>audio-7.3gp Audio/mp4>audio-7.mp4 video/x-ms-wmv>video-7.asf "
-        "Video/x-ms-wmv>video-7.wmv video/asf>video-7.wmv Video/asf>video-7.asf "
-        "audio/basic>audio-7.wav Audio/basic>audio-7.au audio/asf>Audio-7.asf "
-        "text/x-imelody>audio-7.imy application/pdf>unKnown ";
-    std::istringstream words(rows);
-    std::string made;
-    for (std::string row; words >> row;) {
-        const std::string type = row.substr(0, row.find('>'));
-        char out[50];
-        EXPECT_EQ(fnPAR_CreatMediaObjName(out, type.c_str(), -7), 1);
-        made += type + ">" + out + " ";
-    }
-    EXPECT_EQ(made, rows);
-    char name[] = "u";
+        "video/mp4>video-7.3gp audio/3gpp>audio-7.mp4 Audio/mp4>audio-7.mp4 "
+        "video/x-ms-wmv>video-7.asf Video/asf>video-7.asf audio/basic>audio-7.wav "
+        "Audio/basic>audio-7.au audio/asf>Audio-7.asf application/pdf>unKnown ";
+    const auto name = [out = std::string(50, ' ')](const char* type) mutable {
+        return fnPAR_CreatMediaObjName(out.data(), type, -7) == 1 ? out.data() : "refused";
+    };
+    EXPECT_EQ(rows_made(rows, name), rows);
     EXPECT_EQ(fnPAR_CreatMediaObjName(nullptr, "a", 1), 0);
-    EXPECT_EQ(fnPAR_CreatMediaObjName(name, nullptr, 1), 0);
 }
 
 }  // namespace

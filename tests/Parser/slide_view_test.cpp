@@ -36,21 +36,18 @@ std::string body_of(const std::vector<std::string>& parts) {
     return out;
 }
 
-template <typename... Values>
-std::string print(const char* format, Values... values) {
-    char out[200];
-    std::snprintf(out, sizeof out, format, values...);
-    return out;
-}
 template <typename Out>
-std::string place(const Out& o) {
-    return o.Width != 0 ? print("@%d,%d,%d,%d", o.Left, o.Top, o.Width, o.Height) : "";
-}
-template <typename Out>
-std::string shown_media(const Out& o) {
-    std::string out = text(o.Name) + "=" +
-                      std::string(reinterpret_cast<char*>(o.Data), static_cast<size_t>(o.Length));
-    if (o.IsDrm != 0) out += print(" drm%d", o.DrmType);
+std::string shown(const Out& o) {
+    std::string out;
+    if constexpr (requires { o.Name; }) {
+        out = text(o.Name) + "=" +
+              std::string(reinterpret_cast<char*>(o.Data), static_cast<size_t>(o.Length));
+        if (o.IsDrm != 0) out += print(" drm%d", o.DrmType);
+    } else {
+        out = "'" + text(o.Data) + "'";
+    }
+    if constexpr (requires { o.Width; })
+        if (o.Width != 0) out += print("@%d,%d,%d,%d", o.Left, o.Top, o.Width, o.Height);
     return out + print("[%d-%d]", o.Begin, o.End);
 }
 
@@ -65,14 +62,13 @@ std::string walk() {
         if (fnPAR_GetCurParBgColor(&colour) != 0) out += print(" #%X", colour);
         if (fnPAR_GetCurParForeColor(&colour) != 0) out += print(" #%X", colour);
         tPAR_Text t{};
-        if (fnPAR_GetCurParText(&t) != 0)
-            out += " '" + text(t.Data) + "'" + place(t) + print("[%d-%d]", t.Begin, t.End);
+        if (fnPAR_GetCurParText(&t) != 0) out += " " + shown(t);
         tPAR_Image i{};
-        if (fnPAR_GetCurParImg(&i) != 0) out += " i " + shown_media(i) + place(i);
+        if (fnPAR_GetCurParImg(&i) != 0) out += " i " + shown(i);
         tPAR_Audio a{};
-        if (fnPAR_GetCurParAudio(&a) != 0) out += " a " + shown_media(a);
+        if (fnPAR_GetCurParAudio(&a) != 0) out += " a " + shown(a);
         tPAR_Video v{};
-        if (fnPAR_GetCurParVideo(&v) != 0) out += " v " + shown_media(v) + place(v);
+        if (fnPAR_GetCurParVideo(&v) != 0) out += " v " + shown(v);
         out += "} ";
     }
     for (int32_t n = 0; n < fnPAR_GetTotalAttachments(); ++n) {
@@ -104,8 +100,8 @@ void release() {
 std::string seen(const std::vector<std::string>& parts) {
     const NoLeak check;
     const Guarded guarded(body_of(parts));
-    const int32_t result = show(guarded);
-    const std::string out = (result != 1 ? "failed " : "") + walk();
+    const int32_t results = show(guarded) + show(guarded);  // the second takes the first's place
+    const std::string out = (results != 2 ? "failed " : "") + walk();
     release();
     return out;
 }
@@ -126,45 +122,36 @@ void expect_seen(const std::vector<std::pair<std::vector<std::string>, std::stri
 TEST(SlideView, LayoutWithoutSmil) {
     const std::string one = "{20000 'T'@0,0,160,30[0-20000]",
                       two = "{20000 'U'@0,0,160,30[0-20000]";
-    const std::string image = " i i=I[0-5000]@0,0,160,170", audio = " a a=A[0-5000]";
-    const std::string i = media("image", "i", "I"), a = media("audio", "a", "A"),
-                      v = media("video", "v", "V");
-    expect_seen({{{t, p, u, q}, one + "} " + two + "} +p image/gif=P +q image/gif=Q"},
-                 {{v, a, i, u, t}, two + image + audio + "} " + one + " v v=V[0-20000]}"},
+    const std::string image = " i i=I@0,0,160,170[0-5000]", audio = " a a=A[0-5000]";
+    const std::string v = media("video", "v", "V");
+    expect_seen({{{v, media("audio", "a", "A"), media("image", "i", "I"), u, t},
+                  two + image + audio + "} " + one + " v v=V[0-20000]}"},
                  {{part(bytes("83"), "T")}, "+MMS_Text000.txt text/plain=T"},
                  {{media("image", "", "I"), v}, "{20000} {20000 v v=V[0-20000]} +unKnown image=I"},
                  {{wrapped("d", "text/plain")},
                   "! {20000 'Content-Type: text/plain\r\n\r\nX'@0,0,160,30[0-20000]}"},
-                 {{wrapped("d", "image/gif")},
-                  "! +d " + drm_message + "=Content-Type: image/gif\r\n\r\nX drm1"},
                  {{t, part(bytes("BC"), "X")}, "failed "},
                  {{}, ""}});
 }
 
 TEST(SlideView, LayoutBySmil) {
-    const std::string head =
-        "<layout><root-layout width='9' background-color='RED'/>"
-        "<region id='R' left='1' top='2' width='3' height='4'/></layout>";
-    const std::string latin = plain("l", "\xE9", "84");
-    const std::string a = media("audio/amr", "a", "A"), v = media("video/3gpp", "v", "V");
+    const std::string one = smil("<par><img src='p'/></par>");
     expect_seen(
         {{{p,
            smil("<par dur='2s'><text src='l' region='R'><param name='foreground-color' "
-                "value='BLUE'/></text><img src='p' region='R' end='7'/></par><par>"
-                "<param name='background-color' value='#10'/><audio src='a'/><video src='v'/>"
-                "</par>",
-                head),
-           latin, a, v},
-          "{2000 #FFFF0000 #FF0000FF '\xC3\xA9'@1,2,3,4[0-2000] i p=P[0-7]@1,2,3,4} "
-          "{0 #10 a a=A[0-5000] v v=V[0-5000]}"},
-         {{smil("<par><img src='p'/></par>"), u, p, q, t},
+                "value='BLUE'/></text><img src='p' end='7'/></par>",
+                "<layout><root-layout width='9' background-color='RED'/>"
+                "<region id='R' left='1' top='2' width='3' height='4'/></layout>"),
+           plain("l", "\xE9", "84")},
+          "{2000 #FFFF0000 #FF0000FF '\xC3\xA9'@1,2,3,4[0-2000] i p=P[0-7]}"},
+         {{one, u, p, q, t},
           "{0 i p=P[0-5000]} {20000 'U'@0,0,160,30[0-20000]} {20000 'T'@0,0,160,30[0-20000]} "
           "+q image/gif=Q"},
          {{smil("<par dur='1'><img src='p'/></par><par dur='2'><img src='P'/></par>"), p},
           "{1 i p=P[0-1]} {2 i p=P[0-2]}"},
          {{smil(""), p, part(bytes("BC"), "X")}, "failed +p image/gif=P"},
          {{smil(""), part(bytes("BC 8E 'n' 00"), "X")}, "+n (null)=X"},
-         {{smil("<par><img src='p'/></par>")}, ""}});
+         {{one}, ""}});
 }
 TEST(SlideView, last_of_a_kind_is_shown) {
     expect_seen({{{smil("<par><img src='p'/><img src='q'/><text src='t'/><text src='u'/></par>"), p,
@@ -176,31 +163,26 @@ TEST(SlideView, marks_of_a_failed_parse_stay) {
     expect_seen({{{broken, p, q, t}, "+q image/gif=Q +t text/plain=T"}});
 }
 TEST(SlideView, EndBehindBegin) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"dur='8000'><text src='t' begin='2000'/>", "{8000 'T'[2000-10000]}"},
-        {"><text src='t' begin='2000'/>", "{0 'T'[2000-7000]}"},
-        {"dur='-1'><text src='t' begin='-9' end='-8'/>", "{-1 'T'[-9--8]}"},
-        {"dur='1'><text src='t' begin='7' end='7'/>", "{1 'T'[7-8]}"},
-        {"dur='9'><text src='t' begin='2147483647'/>", "{9 'T'[2147483647-2147483647]}"}};
-    for (const auto& [document, expected] : cases)
-        EXPECT_EQ(seen({smil(std::string("<par ") + document + "</par>"), t}), expected);
+    const auto timed = [](const std::string& times) { return smil("<par " + times + "/></par>"); };
+    expect_seen({{{timed("dur='8000'><text src='t' begin='2000'"), t}, "{8000 'T'[2000-10000]}"},
+                 {{timed("><text src='t' begin='2000'"), t}, "{0 'T'[2000-7000]}"},
+                 {{timed("dur='-1'><text src='t' begin='-9' end='-8'"), t}, "{-1 'T'[-9--8]}"},
+                 {{timed("dur='1'><text src='t' begin='7' end='7'"), t}, "{1 'T'[7-8]}"},
+                 {{timed("dur='9'><text src='t' begin='2147483647'"), t},
+                  "{9 'T'[2147483647-2147483647]}"}});
 }
 
 TEST(SlideView, ProtectedParts) {
-    const auto slide = [](const char* src) {
-        return smil(std::string("<par dur='1'><img src='p'/><audio src='") + src + "'/></par>");
-    };
-    const std::string before = "{1 i p=P[0-1]", listed = "} +d " + drm_message + "=";
-    const std::string line = "Content-Type: audio/amr", end = "\r\n\r\nX";
+    const std::string slide = smil("<par dur='1'><img src='p'/><audio src='d'/></par>");
+    const std::string data = "Content-Type: audio/amr;fwd=1\r\n\r\nX drm5";
     expect_seen(
-        {{{slide("d"), p, wrapped("d", drm_content)}, "! " + before + listed + "\r\nX drm4"},
-         {{slide("d"), p, media(drm_content, "d", "X")},
-          before + "} +d " + drm_content + "=X drm3"},
-         {{slide("d"), p, wrapped("d", "audio/amr")},
-          "! " + before + " a d=" + line + end + " drm1[0-1]}"},
-         {{slide("d"), p, wrapped("d", "audio/amr;fwd=1")},
-          "! " + before + " a d=" + line + ";fwd=1" + end + " drm5[0-1]" + listed + line +
-              ";fwd=1" + end + " drm5"}});
+        {{{slide, p, wrapped("d", drm_content)},
+          "! {1 i p=P[0-1]} +d " + drm_message + "=\r\nX drm4"},
+         {{slide, p, media(drm_content, "d", "X")}, "{1 i p=P[0-1]} +d " + drm_content + "=X drm3"},
+         {{slide, wrapped("d", "audio/amr")},
+          "! {1 a d=Content-Type: audio/amr\r\n\r\nX drm1[0-1]}"},
+         {{slide, wrapped("d", "audio/amr;fwd=1")},
+          "! {1 a d=" + data + "[0-1]} +d " + drm_message + "=" + data}});
 }
 TEST(SlideView, drm_fields_stay_as_the_caller_had_them) {
     const Guarded body(body_of({smil("<par><img src='p'/></par>"), p}));
@@ -235,9 +217,7 @@ TEST(SlideView, WalkingStopsAtBothEnds) {
     for (const int32_t index : {2, 0, 1, 2, 1, 3, -1, 0})
         names += text(fnPAR_GetAttachmentName(index)) + " ";
     EXPECT_EQ(names, "p p q p q (null) (null) p ");
-    tPAR_Attachment out{};
-    EXPECT_EQ(fnPAR_GetAttachment(nullptr, 0) + fnPAR_GetAttachment(&out, 3), 0);
-    EXPECT_EQ(fnPAR_GetCurParText(nullptr) + fnPAR_GetCurParBgColor(nullptr), 0);
+    EXPECT_EQ(fnPAR_GetAttachment(nullptr, 0) + fnPAR_GetCurParText(nullptr), 0);
     release();
 }
 
@@ -254,15 +234,10 @@ TEST(SlideView, ARefusedMessageLeavesAnEmptyView) {
     }
 }
 TEST(SlideView, ANulInTheSmilTextHidesEveryTag) {
-    const Guarded good(body_of({smil("<par><text src='t'/></par>"), t}));
-    for (const char* document : {"<smil><body><par>0<text src=\"t\"/></par></body></smil>", "0"}) {
-        std::string cut = document;
-        cut[cut.find('0')] = '\0';
-        const Guarded body(body_of({media("application/smil", "", cut), t}));
-        ASSERT_EQ(show(good) + show(body), 2);
-        EXPECT_EQ(walk(), "+t text/plain=T");
-        release();
-    }
+    std::string cut = "<smil><body><par>0<text src=\"t\"/></par></body></smil>";
+    cut[cut.find('0')] = '\0';
+    expect_seen({{{media("application/smil", "", cut), t}, "+t text/plain=T"},
+                 {{media("application/smil", "", std::string(1, '\0')), t}, "+t text/plain=T"}});
 }
 
 // All kinds of parts, placed by a document; with another first part, laid out without one.
@@ -276,31 +251,29 @@ const std::string placed = every_kind(
          "<img src='p' region='R'/></par><par><audio src='cid:i'/><img src='d'/></par>",
          "<layout><root-layout width='9'/><region id='R' left='1'/></layout>"));
 
+void show_all(const uint8_t* data, int32_t length) {
+    fnPAR_SmilParserEntry(data, length);
+    walk();
+    fnPAR_SmilFree();
+}
+
 TEST(SlideView, EveryAllocationMayFail) {
     for (const std::string& message : {placed, every_kind(q)}) {
         const Guarded body(message);
-        fail_each_allocation([&body] {
-            show(body);
-            walk();
-            fnPAR_SmilFree();
-        });
+        fail_each_allocation([&body] { show_all(body.data(), body.length()); });
     }
 }
 TEST(SlideView, DamagedMessagesAreShownSafely) {
-    damage_each_byte(placed, [](const uint8_t* data, int32_t length) {
-        fnPAR_SmilParserEntry(data, length);
-        walk();
-        fnPAR_SmilFree();
-    });
+    damage_each_byte(placed, show_all);
 }
 
 TEST(SlideView, TenThousandPartsOnTenThousandSlides) {
     std::string pars, expected;
     std::vector<std::string> parts;
     for (int i = 0; i < 10000; ++i) {
-        std::string name = print("%04d", i);
-        for (char& c : name)
-            c = static_cast<char>(c + 'a' - '0');  // digits would not tell parts apart
+        std::string name;  // in letters: digits do not tell parts apart
+        for (const char c : print("%04d", i))
+            name += static_cast<char>(c + 'a' - '0');
         pars += "<par><img src='" + name + "'/></par>";
         parts.push_back(media("image/gif", name, std::to_string(i)));
         expected += print("{0 i %s=%d[0-5000]} ", name.c_str(), i);

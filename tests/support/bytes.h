@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdint>
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -62,6 +63,25 @@ inline std::string part(std::string_view headers, std::string_view data) {
 // A text made safe for printing a null pointer.
 inline std::string text(const char* s) {
     return s != nullptr ? s : "(null)";
+}
+
+// What printf would print, to 200 bytes.
+template <typename... Values>
+std::string print(const char* format, Values... values) {
+    char out[200];
+    std::snprintf(out, sizeof out, format, values...);
+    return out;
+}
+
+// What `call` makes of each input of the rows "input>output", as such rows to compare.
+template <typename Call>
+std::string rows_made(const std::string& rows, Call call) {
+    std::string out, row;
+    for (std::istringstream words(rows); words >> row; out += " ") {
+        row.resize(row.find('>'));
+        out += row + ">" + call(row.c_str());
+    }
+    return out;
 }
 
 inline std::string file_bytes(const std::string& path) {

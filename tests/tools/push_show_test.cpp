@@ -70,7 +70,7 @@ TEST_F(PushShow, says_what_the_document_says) {
          "service loading",
          {{"action", "cache"}, {"charset", "17"}}},
         {"",
-         "<?xml version='1.0'?><!-- <sl/> --><si><indication si-expires='2011-05-17T10:20:30Z'>"
+         "<?xml version='1.0'?><!-- <sl --><si><indication si-expires='2011-05-17T10:20:30Z'>"
          "T</indication></si>",
          "service indication", xml_si},
         {"",

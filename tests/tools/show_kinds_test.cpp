@@ -1,47 +1,28 @@
 // mmskit show on every kind of message: what it is called, its headers with readable values, and
 // that damage is told and never crashes. Expected lines are what the public encoding means.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
 #include <string>
 
-#include "tests/support/bytes.h"
+#include "tests/tools/tool_runner.h"
 
 namespace {
 
 using nlohmann::json;
 using namespace testing_support;
-namespace fs = std::filesystem;
 
-struct Outcome {
-    int code;
-    std::string out, err;
+class ShowKinds : public ToolRunner {
+  protected:
+    Outcome show(const std::string& pdu, const std::string& options = "") {
+        write("m", pdu);
+        return run("show m " + options);
+    }
 };
 
-Outcome show(const std::string& pdu, const std::string& options = "") {
-    std::string pattern = (fs::temp_directory_path() / "mmskit-show-XXXXXX").string();
-    const fs::path folder = mkdtemp(pattern.data());
-    std::ofstream(folder / "m", std::ios::binary) << pdu;
-    const std::string line =
-        "cd '" + folder.string() + "' && '" + MMSKIT_TOOL + "' show " + options + " m >out 2>err";
-    const int status = std::system(line.c_str());
-    Outcome outcome{WEXITSTATUS(status), file_bytes(folder / "out"), file_bytes(folder / "err")};
-    fs::remove_all(folder);
-    return outcome;
-}
-
-struct Kind {
-    const char* name;
-    const char* pdu;
-    const char* headers;  // JSON
-};
-
-const Kind kinds[] = {
+const struct Kind {
+    const char *name, *pdu, *headers;  // the headers in JSON
+} kinds[] = {
     {"m-send-req",
      "8C 80 98 'T' 00 8D 92 85 04 65E07540 89 01 81 97 '+1/TYPE=PLMN' 00 97 'b@c' 00 81 '3' 00 96"
      "05 EA 7F C3A5 00 8A 80 87 03 81 01 3C 88 06 80 04 65E07540 8F 82 94 80 86 80 90 81",
@@ -74,7 +55,7 @@ const Kind kinds[] = {
      R"({"response_status":"0x99","transaction_id":"T"})"},
 };
 
-TEST(ShowKinds, every_kind_is_shown_with_readable_values) {
+TEST_F(ShowKinds, every_kind_is_shown_with_readable_values) {
     for (const Kind& kind : kinds) {
         SCOPED_TRACE(kind.name);
         const Outcome shown = show(bytes(kind.pdu), "--json");
@@ -83,6 +64,9 @@ TEST(ShowKinds, every_kind_is_shown_with_readable_values) {
         EXPECT_EQ(document["kind"], kind.name);
         EXPECT_EQ(document["headers"], json::parse(kind.headers));
     }
+    const std::string body = bytes("84 A3 01") + part(bytes("03 83 81 EA"), "hello");
+    write("m", bytes(kinds[0].pdu) + body);
+    EXPECT_EQ(shown("m")["slides"][0]["text"]["text"], "hello");
     const Outcome text = show(bytes(kinds[0].pdu));
     for (const char* line : {"Bcc                    3\n", "X-Mms-Delivery-Time    in 60 s\n",
                              "X-Mms-Sender-Visibility  hide\n"})
@@ -90,16 +74,8 @@ TEST(ShowKinds, every_kind_is_shown_with_readable_values) {
     EXPECT_NE(show(bytes(kinds[2].pdu)).out.find("Size     4096 bytes\n"), std::string::npos);
 }
 
-TEST(ShowKinds, slides_of_a_request_are_shown) {
-    const std::string body = bytes("84 A3 01") + part(bytes("03 83 81 EA"), "hello");
-    const json document = json::parse(show(bytes(kinds[0].pdu) + body, "--json").out);
-    EXPECT_EQ(document["headers"], json::parse(kinds[0].headers));
-    ASSERT_EQ(document["slides"].size(), 1U);
-    EXPECT_EQ(document["slides"][0]["text"]["text"], "hello");
-}
-
 // A request cut anywhere is shown as far as it says, or refused in one line.
-TEST(ShowKinds, cut_off_headers_are_told) {
+TEST_F(ShowKinds, cut_off_headers_are_told) {
     const std::string pdu = bytes(kinds[0].pdu);
     for (size_t length = 1; length < pdu.size(); ++length) {
         SCOPED_TRACE(length);

@@ -93,8 +93,9 @@ void fnSCFS_Load_INI_To_List(const char* file, tSCList* list) {
 
 void fnSCFS_INI_FreeNode(void* ppEntry) {
     if (ppEntry == nullptr) return;
-    tSCFS_INI_Entry* entry = nullptr;
-    std::memcpy(&entry, ppEntry, sizeof entry);
+    void* held = nullptr;
+    std::memcpy(&held, ppEntry, sizeof held);
+    auto* entry = static_cast<tSCFS_INI_Entry*>(held);
     if (entry == nullptr) return;
     fnSC_Free(&entry->pKey);
     fnSC_Free(&entry->pValue);

@@ -1,0 +1,123 @@
+// The POSIX file layer on a folder of its own: what it really does, what it does not follow, and
+// that a failure leaves the old file, no temporary and no open descriptor.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "scfs/common/src/scfs_internal.h"
+#include "tests/support/faults.h"
+
+namespace {
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+long entries(const fs::path& folder) {
+    return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+}
+
+std::string told;
+
+class FileLayer : public testing::Test {
+  protected:
+    FileLayer() {
+        told.clear();
+        fnSCFS_SetCardSynFileFunc([](const char* name, int32_t) { told += fs::path(name).stem(); });
+        std::ofstream(old_) << "old";
+    }
+    ~FileLayer() override {
+        fs::remove_all(folder_);
+        mmskit::reset_services();
+        EXPECT_EQ(entries("/proc/self/fd"), descriptors_) << "descriptors leaked";
+    }
+    std::string at(const std::string& name) const { return folder_ + "/" + name; }
+
+    NoLeak check_;
+    long descriptors_ = entries("/proc/self/fd");
+    char pattern_[32] = "/tmp/mmskit_layer_XXXXXX";
+    std::string folder_ = mkdtemp(pattern_), old_ = at("old");
+};
+
+TEST_F(FileLayer, Files) {
+    const std::string a = at("a"), b = at("b"), large(100000, 'x');
+    char data[8] = {};
+    EXPECT_EQ(fnSCFS_WriteToFile("one\0", 4, a.c_str()), 4);
+    fs::permissions(a, fs::perms(0640));
+    EXPECT_EQ(fnSCFS_AppendToFile("two", 3, a.c_str()), 3);
+    EXPECT_EQ(told, "aa");
+    EXPECT_EQ(fnSCFS_CopyFile(a.c_str(), b.c_str()), 1);
+    EXPECT_EQ(fs::status(b).permissions(), fs::perms(0640));
+    EXPECT_EQ(fnSCFS_WriteToFileAtPos("TW", 2, 4, b.c_str()), 2);
+    EXPECT_EQ(fnSCFS_ReadFromFileAtPos(data, 8, 1, b.c_str()), 6);
+    EXPECT_EQ(std::string(data, 6), bytes("'ne' 00 'TWo'"));
+    EXPECT_EQ(fnSCFS_WriteToFile(large.data(), 100000, a.c_str()), 100000);
+    EXPECT_EQ(fnSCFS_MoveFile(a.c_str(), b.c_str()), 1);
+    EXPECT_EQ(fnSCFS_AppendToFile("new", 3, a.c_str()), 3) << "a missing file counts as empty";
+    EXPECT_EQ(fnSCFS_CopyFile(b.c_str(), a.c_str()), 1);
+    EXPECT_EQ(file_bytes(a), large);
+    EXPECT_EQ(fnSCFS_DeleteFile(b.c_str()) + fnSCFS_DeleteFile(b.c_str()), 2);
+    EXPECT_EQ(entries(folder_), 2);
+}
+
+TEST_F(FileLayer, NothingForeignIsFollowed) {
+    for (const std::string kind : {"link", "hard link", "fifo", "left over"}) {
+        for (const bool opened : {false, true}) {
+            const std::string name = at("f"), trap = opened ? name : at("f.~new");
+            if (kind == "fifo") mkfifo(trap.c_str(), 0666);
+            if (kind == "link") fs::create_symlink(old_, trap);
+            if (kind == "hard link") fs::create_hard_link(old_, trap);
+            if (kind == "left over") fs::copy_file(old_, trap);
+            tSCFS_File* file = opened ? fnSCFS_File_Open(name.c_str(), 1) : nullptr;
+            const int32_t done = opened ? fnSCFS_File_Write("text", 4, 1, file)
+                                        : fnSCFS_WriteToFile("text", 4, name.c_str());
+            EXPECT_EQ(done, opened ? 1 : 4) << kind;
+            fnSCFS_File_Close(file);
+            EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(name))) << kind;
+            EXPECT_EQ(file_bytes(name) + file_bytes(old_), "textold") << kind;
+            EXPECT_EQ(entries(folder_), 2) << kind;
+            fs::remove(name);
+        }
+    }
+}
+
+TEST_F(FileLayer, FailureLeavesTheOldFile) {
+    const std::string fifo = at("fifo"), none = at("none/x");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    char data[8] = {};
+    const char* const no_files[] = {fifo.c_str(), folder_.c_str(), none.c_str(), nullptr};
+    for (const char* name : no_files) {
+        EXPECT_EQ(fnSCFS_AppendToFile(data, 8, name), -1) << text(name);
+        EXPECT_EQ(name == no_files[0] ? -1 : fnSCFS_WriteToFile(data, 8, name), -1) << text(name);
+        EXPECT_EQ(fnSCFS_ReadFromFile(data, 8, name) + fnSCFS_getFileSize(name), -2) << text(name);
+        EXPECT_EQ(fnSCFS_CopyFile(name, old_.c_str()), 0) << text(name);
+        EXPECT_EQ(fnSCFS_File_Open(name, 0), nullptr) << text(name);
+    }
+    EXPECT_EQ(file_bytes(old_) + told, "old");
+    EXPECT_EQ(entries(folder_), 2);
+}
+
+TEST_F(FileLayer, Directories) {
+    const std::string x = at("x"), deep = at("x/y//z/"), link = at("link");
+    EXPECT_EQ(fnSCFS_File_CreateDir(deep.c_str()), deep.c_str());
+    EXPECT_EQ(fnSCFS_File_CreateDir(old_.c_str()), nullptr);
+    fs::copy_file(old_, at("x/file"));
+    fs::create_symlink(x, link);
+    EXPECT_EQ(fnSCFS_DelAllFiles(link.c_str()) + fnSCFS_RmDir(x.c_str()), 0);
+    EXPECT_TRUE(fs::exists(at("x/file")));
+    EXPECT_EQ(fnSCFS_DelAllFiles(x.c_str()), 1);
+    EXPECT_EQ(entries(x), 1);
+}
+
+TEST_F(FileLayer, Timers) {
+    const auto echo = [](uint32_t param) { return param; };
+    fail_each_allocation([&] {
+        const bool all = (fnSCFS_SetTimer(echo, 5, 7) & fnSCFS_SetTimer(echo, 6, 7)) == 1;
+        fnSCFS_CancelTimer(7);
+        EXPECT_EQ(all ? fnSCFS_TimerCallback(7) : 6U, 6U);
+        fnSCFS_ReleaseTimerList();
+    });
+}
+
+}  // namespace

@@ -1,0 +1,150 @@
+// Record files and INI stores on real files: what is saved is what is loaded, against a plain map
+// as the model, with more content than a buffer's first size, and from files of any bytes.
+#include <gtest/gtest.h>
+#include <mmskit/storage.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+#include <string>
+
+#include "tests/support/faults.h"
+
+namespace {
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+class StoreFile : public testing::Test {
+  protected:
+    StoreFile() { fs::create_directory(folder_); }
+    ~StoreFile() override {
+        fnSCList_Clear(&list_, fnSCFS_INI_FreeNode);
+        fs::remove_all(folder_);
+    }
+    const char* path() const { return path_.c_str(); }
+    static void put_file(const std::string& name, std::string_view content) {
+        std::ofstream(name, std::ios::binary) << content;
+    }
+    void reload() { fnSCFS_Load_INI_To_List(path(), &list_); }
+    std::string value(const std::string& key) {
+        std::string room(30000, '\0');
+        return fnSCFS_INI_Read(path(), &list_, key.c_str(), room.data()) != 0 ? room.c_str() : "-";
+    }
+
+    NoLeak check_;
+    std::string folder_ = testing::TempDir() + "mmskit-store" + std::to_string(getpid());
+    std::string path_ = folder_ + "/s.ini";
+    tSCList list_{};
+};
+
+TEST_F(StoreFile, EveryTextSurvivesButALeadingLineFeedOfAValue) {
+    const char* entries[][3] = {{"\n", "v", "v"},           {"a", "\n", ""},
+                                {"b", "\nx\n", "x\n"},      {"c", "", ""},
+                                {"", "\xFF=\t", "\xFF=\t"}, {"\nd", "1\n", "1\n"}};
+    for (const auto& [key, saved, reloaded] : entries)
+        ASSERT_EQ(fnSCFS_INI_Write(path(), &list_, key, saved), 1);
+    reload();
+    for (const auto& [key, saved, reloaded] : entries)
+        EXPECT_EQ(value(key), reloaded) << hex(key);
+}
+
+TEST_F(StoreFile, NothingIsDroppedWhereTheFirstRoomEnds) {
+    for (size_t size = 9970; size < 10005; ++size) {
+        fs::remove(path_);
+        fnSCFS_INI_WriteRAM(&list_, "a", std::string(size, 'v').c_str());
+        for (const char* key : {"b", "c", "d"})
+            fnSCFS_INI_WriteRAM(&list_, key, "");
+        ASSERT_EQ(fnSCFS_Write_INI_To_File(path(), &list_), 1);
+        ASSERT_EQ(fs::file_size(path_), size + 4 + 3 * 4) << size;
+    }
+}
+
+TEST_F(StoreFile, RandomChangesMatchAMap) {
+    std::mt19937 random(7);
+    const auto any_text = [&](size_t below) {
+        std::string out(random() % below, ' ');
+        for (char& c : out)
+            c = static_cast<char>(11 + random() % 240);
+        return out;
+    };
+    std::map<std::string, std::string> model;
+    for (int i = 0; i < 200; ++i) {
+        const std::string key = any_text(3);
+        const std::string text = any_text(i % 16 == 0 ? 25000 : 20);
+        model[key] = text;
+        ASSERT_EQ(i % 3 == 0 ? fnSCFS_INI_Write(path(), &list_, key.c_str(), text.c_str())
+                             : fnSCFS_INI_WriteRAM(&list_, key.c_str(), text.c_str()),
+                  1);
+        if (i % 3 != 0) continue;
+        reload();
+        ASSERT_EQ(static_cast<size_t>(list_.iCount), model.size());
+        for (const auto& [k, v] : model)
+            ASSERT_EQ(value(k), v) << hex(k);
+    }
+}
+
+TEST_F(StoreFile, FixedCapacityThatIsTooSmallLeavesTheFile) {
+    const tSCFS_RecordWriter write = [](tSCFS_FileBuffer* buffer, void* record) {
+        fnSCFS_Buffer_WriteLine(buffer, static_cast<const char*>(record), 3);
+    };
+    const tSCFS_RecordReader read = [](tSCFS_FileBuffer* buffer) -> void* {
+        return fnSCFS_Buffer_ReadString(buffer);
+    };
+    tSCList texts{};
+    for (const char* each : {"one", "two"})
+        fnSCList_AddTail(&texts, const_cast<char*>(each));
+    EXPECT_EQ(fnSCFS_Save_List_To_FileEx(path(), &texts, write, 10), 1);
+    EXPECT_EQ(fnSCFS_Append_List_To_File(path(), &texts, write), 1);
+    for (const int32_t capacity : {-1, 0, 1, 9})
+        EXPECT_EQ(fnSCFS_Save_List_To_FileEx(path(), &texts, write, capacity), 0);
+    fnSCList_Clear(&texts, nullptr);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(fnSCFS_Load_File_To_ListEx(path(), &texts, read, fnSC_Free), 1);
+    EXPECT_EQ(texts.iCount, 4);
+    fnSCList_Clear(&texts, fnSC_Free);
+    const Guarded area(std::string(19, '\0'));
+    tSCFS_FileBuffer buffer{area.data(), -1, 18};
+    EXPECT_EQ(fnSCFS_Load_File_To_Buffer(path(), &buffer), 0) << "20 bytes into 19";
+    fnSCFS_Buffer_WriteString(&buffer, std::string(19, 'v').c_str(), 19);
+    EXPECT_EQ(fnSCFS_Write_Buffer_To_File(path(), &buffer), 1);
+    EXPECT_EQ(file_bytes(path_), std::string(19, 'v')) << "no byte beyond the limit";
+}
+
+TEST_F(StoreFile, AFolderInTheWayStays) {
+    const std::string backup = path_ + ".bak";
+    for (const std::string& folder : {path_, backup}) {
+        fs::create_directory(folder);
+        put_file(folder + "/inside", "x");
+        reload();
+        EXPECT_EQ(fnSCFS_INI_Write(path(), &list_, "a", "1"), folder == backup);
+        EXPECT_EQ(file_bytes(folder + "/inside"), "x");
+        fs::remove_all(folder);
+    }
+}
+
+TEST_F(StoreFile, DamagedFilesLoad) {
+    damage_each_byte(bytes("'k' 00 'v' 00 0A 00 00 0A"), [this](const uint8_t* data, int32_t n) {
+        put_file(path_, {reinterpret_cast<const char*>(data), static_cast<size_t>(n)});
+        reload();
+        EXPECT_EQ(list_.pHead == nullptr, n == 0);
+        fnSCList_Clear(&list_, fnSCFS_INI_FreeNode);
+    });
+}
+
+TEST_F(StoreFile, MemoryThatRunsOutChangesNoFile) {
+    const std::string old = bytes("'a' 00 '1' 00 0A");
+    const std::string large(30000, 'v');
+    fail_each_allocation([&] {
+        put_file(path_, old);
+        reload();
+        const bool written =
+            list_.iCount == 1 && fnSCFS_INI_Write(path(), &list_, "b", large.c_str()) == 1;
+        EXPECT_EQ(file_bytes(path_).size(), old.size() + (written ? large.size() + 4 : 0));
+        fnSCList_Clear(&list_, fnSCFS_INI_FreeNode);
+    });
+}
+
+}  // namespace

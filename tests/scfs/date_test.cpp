@@ -1,0 +1,127 @@
+// Dates: the closed forms against the walks that define them, and the deliberate odd corners.
+#include <gtest/gtest.h>
+#include <mmskit/storage.h>
+
+#include <algorithm>
+#include <ctime>
+#include <string>
+#include <tuple>
+#include <utility>
+
+namespace {
+
+using Fields = tSCFS_DateTime;
+
+// "year-month-day hour:minute:second week", as the fields stand.
+std::string show(const Fields& d) {
+    char out[100];
+    std::snprintf(out, sizeof out, "%u-%u-%u %u:%u:%u w%u", d.iYear, d.iMonth, d.iDay, d.iHour,
+                  d.iMinute, d.iSecond, d.iWeek);
+    return out;
+}
+
+TEST(Julian, julian_years_wrap_below_1970) {
+    for (const uint32_t year : {0U, 1U, 401U, 1969U, 1970U, 1973U, 2101U, 65535U, 65537U + 1972U}) {
+        uint32_t days = 1;
+        for (auto y = static_cast<uint16_t>(year); y != 1970;) {
+            --y;
+            days += y % 400 == 0 || (y % 4 == 0 && y % 100 != 0) ? 366 : 365;
+        }
+        const Fields date = {year, 1, 1, 0, 0, 0, 0};
+        EXPECT_EQ(JULIANTOSECONDS(&date), days * 86400) << year;
+    }
+}
+
+TEST(Julian, julian_scale_is_one_day_ahead) {
+    const std::pair<Fields, uint32_t> cases[] = {
+        {{1970, 1, 1, 0, 0, 0, 9}, 1},
+        {{1972, 3, 1, 0, 0, 0, 0}, 365 + 365 + 1 + 31 + 28 + 1},
+        {{1970, UINT32_MAX, 1, 0, 0, 0, 0}, 366},
+        {{1970, 0, 1, 23, 59, 60, 0}, 2}};
+    for (const auto& [date, days] : cases)
+        EXPECT_EQ(JULIANTOSECONDS(&date), days * 86400) << show(date);
+}
+
+// Every day to the end of 2099 against the C library's calendar.
+TEST(Julian, julian_date_skips_a_day) {
+    for (uint32_t day = 0; day <= 47481; ++day) {
+        std::time_t unix_time = std::time_t{day} * 86400 + 45296;
+        std::tm tm = *std::gmtime(&unix_time);
+        const bool skipped = tm.tm_year % 4 == 3 && tm.tm_yday == 0;
+        unix_time -= tm.tm_year % 4 == 3 || tm.tm_year % 4 == 0 ? 86400 : 0;
+        tm = *std::gmtime(&unix_time);
+        char text[100] = "1-2-3 4:5:6 w7";
+        const int week = skipped ? 0 : (tm.tm_yday + 1) / 7;
+        if (!skipped) std::strftime(text, sizeof text, "%Y-%-m-%-d %-H:%-M:%-S w", &tm);
+        Fields date = {1, 2, 3, 4, 5, 6, 7};
+        ASSERT_EQ(GETJULIANDATE(day * 86400 + 45296, &date), static_cast<uint32_t>(week)) << day;
+        ASSERT_EQ(show(date), skipped ? text : text + std::to_string(week)) << day;
+    }
+}
+
+TEST(HttpDate, parse_date_ignores_time) {
+    const Fields date = {1994, 11, 6, 0, 0, 0, 0};
+    const auto midnight = static_cast<int32_t>(JULIANTOSECONDS(&date));
+    const std::string long_word(100000, 'x');
+    const std::pair<std::string, int32_t> cases[] = {
+        {"Sun, 06 Nov 1994 08:49:37 GMT", midnight},
+        {"\t" + long_word + "\r\n+6 Nov 1994" + long_word, midnight},
+        {"x 4294967302Nov 1994x", midnight},
+        {"Sun, 06 nov 1994 08:49:37", -1},
+        {"Sun, 06 Nov 1994 ", -1},
+    };
+    for (const auto& [text, seconds] : cases)
+        EXPECT_EQ(parse_date_str(text.c_str()), seconds) << text.substr(0, 40);
+}
+
+TEST(HttpDate, http_date_shifts_the_hour_alone) {
+    const std::pair<uint32_t, std::string> cases[] = {
+        {5 * 3600 + 61, "Mon, 1 Jan 1970 -3:1:1 GMT"},
+        {363 * 86400 + 9 * 3600, "Thu, 30 Dec 1970 1:0:0 GMT"},  // http_weekday_is_the_week
+        {365 * 86400, "Mon, 0 Jan 0 -8:0:0 GMT"}};
+    for (const auto& [seconds, text] : cases) {
+        char out[40];
+        EXPECT_EQ(date_to_httpDate(seconds, out), static_cast<int32_t>(text.size()));
+        EXPECT_EQ(out, text);
+    }
+}
+
+TEST(Calendar, TimeAddCarries) {
+    const std::tuple<Fields, uint32_t, const char*> cases[] = {
+        {{1900, 2, 28, 23, 59, 59, 0}, 1, "1900-3-1 0:0:0 w0"},
+        {{2001, 1, 40, 22, 0, 0, 0}, 3600, "2001-1-40 23:0:0 w0"},
+        {{1970, 1, 1, 0, 0, 0, 0}, UINT32_MAX, "2106-2-7 6:28:15 w0"},
+        {{1600, 3, 2922 * 146097U, 24, 0, 0, 0}, 0, "1170400-3-1 0:0:0 w0"},
+    };
+    for (auto [date, seconds, result] : cases) {
+        fnSCFS_TimeAdd(&date, seconds);
+        EXPECT_EQ(show(date), result);
+    }
+}
+
+TEST(Calendar, time_is_valid_without_upper_dates) {
+    EXPECT_EQ(fnSCFS_Time_IsValid(1, 13, 40, 23, 59, 59), 1);
+    EXPECT_EQ(fnSCFS_Time_IsValid(1, 0, 1, 0, 0, 0), 0);
+    EXPECT_EQ(fnSCFS_RealTime_To_Seconds(1970, 1, 1, 0, 0, 5, 9, 1), 315964800U + 86405U);
+}
+
+TEST(Clock, clock_fields_stay_raw) {
+    Fields date;
+    std::time_t now = 0;
+    do {  // until both were read within one second
+        now = std::time(nullptr);
+        fnSCFS_SysTime(&date);
+    } while (now != std::time(nullptr));
+    std::tm tm = *std::localtime(&now);
+    EXPECT_EQ(date.iYear * 12 + date.iMonth, static_cast<uint32_t>(tm.tm_year * 12 + tm.tm_mon));
+    EXPECT_LE(static_cast<uint32_t>(GETTIMESECONDS()) - JULIANTOSECONDS(&date), 60U);
+}
+
+TEST(Random, FillsExactlyTheCount) {
+    uint8_t bytes[1002] = {};
+    GETRAND(bytes + 1, 1000);
+    EXPECT_EQ(bytes[0] + bytes[1001], 0);
+    EXPECT_LT(std::count(bytes, bytes + 1002, 0), 50);
+}
+
+}  // namespace

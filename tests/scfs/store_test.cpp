@@ -1,0 +1,136 @@
+// File buffers at their boundaries and with hostile members, and what saving and loading do on the
+// handset layer.
+#include <gtest/gtest.h>
+#include <mmskit/storage.h>
+
+#include <limits>
+#include <string>
+
+#include "tests/support/faults.h"
+
+namespace {
+
+using namespace testing_support;
+
+constexpr int32_t least = std::numeric_limits<int32_t>::min();
+constexpr int32_t most = std::numeric_limits<int32_t>::max();
+
+// A buffer over an area that ends at an unmapped page.
+struct Area {
+    explicit Area(size_t size) : guarded(std::string(size, 'x')) {
+        buffer.pData = guarded.data();
+        fnSCFS_Init_Buffer(&buffer, guarded.length());
+    }
+    std::string content() const { return hex(guarded.data(), guarded.size()); }
+    Guarded guarded;
+    tSCFS_FileBuffer buffer{};
+};
+
+std::string read(tSCFS_FileBuffer& buffer) {
+    char* owned = fnSCFS_Buffer_ReadString(&buffer);
+    std::string out = text(owned);
+    fnSC_Free(&owned);
+    return out;
+}
+
+TEST(FileBuffer, EncodingAsDocumented) {
+    Area area(30);
+    tSCFS_FileBuffer& b = area.buffer;
+    fnSCFS_Buffer_WriteLine(&b, "ab", 2);
+    fnSCFS_Buffer_WriteInteger(&b, least);
+    fnSCFS_Buffer_WriteLong(&b, long{most} + 1);
+    fnSCFS_Buffer_WriteMem(&b, "\0\n", 2);
+    EXPECT_EQ(area.content(), hex(bytes("'ab' 00 0A '-2147483648' 00 '2147483648' 00 00 0A 00")));
+    b = {b.pData, -1, b.iPosition};
+    EXPECT_EQ(read(b), "ab");
+    EXPECT_EQ(fnSCFS_Buffer_ReadInteger(&b), least);
+    EXPECT_EQ(fnSCFS_Buffer_ReadInteger(&b), most);
+    char out[4] = "xxx";
+    EXPECT_EQ(fnSCFS_Buffer_IsEnd(&b), 0);
+    EXPECT_EQ(fnSCFS_Buffer_ReadMem(&b, out, 4), 3);
+    EXPECT_EQ(hex(out, 4), hex(bytes("00 0A 00 00")));
+    EXPECT_EQ(fnSCFS_Buffer_IsEnd(&b), 1);
+    EXPECT_EQ(read(b), "");
+}
+
+TEST(FileBuffer, closed_for_good) {
+    const struct {
+        int32_t first, second;
+        int32_t position, limit;  // afterwards, in an area of 8 bytes
+    } cases[] = {{8, 0, 8, 7}, {9, 1, -1, -1}, {3, 4, 8, 7}, {3, 5, 3, 3}, {8, 1, 8, 7}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.first << " then " << c.second);
+        Area area(8);
+        fnSCFS_Buffer_WriteString(&area.buffer, "abcdefghi", c.first);
+        if (c.second != 0) fnSCFS_Buffer_WriteMem(&area.buffer, "ABCDEFGHI", c.second);
+        fnSCFS_Buffer_WriteInteger(&area.buffer, 1);
+        EXPECT_EQ(area.buffer.iPosition, c.position);
+        EXPECT_EQ(area.buffer.iLimit, c.limit);
+    }
+}
+
+TEST(FileBuffer, NothingLeavesTheArea) {
+    for (const int32_t position : {least, -2, -1, 0, 6, 7, 8, 9, most}) {
+        for (const int32_t limit : {least, -2, -1, 0, 6, 7}) {
+            Area area(8);
+            tSCFS_FileBuffer& b = area.buffer;
+            char out[4];
+            b.iPosition = position, b.iLimit = limit;
+            for (const int32_t length : {most, least, 0, 1, 7})
+                fnSCFS_Buffer_WriteString(&b, "abcdefg", length);
+            b.iPosition = position, b.iLimit = limit;
+            EXPECT_LE(fnSCFS_Buffer_ReadMem(&b, out, 4), 4);
+            b.iPosition = position, b.iLimit = limit;
+            int turns = 0;
+            for (; fnSCFS_Buffer_IsEnd(&b) == 0 && turns < 20; ++turns)
+                (void)read(b);
+            EXPECT_LT(turns, 20) << position << " of " << limit;
+        }
+    }
+}
+
+TEST(FileBuffer, doubled_colon_is_no_separator) {
+    const struct {
+        const char* text;
+        uint32_t fields[7];
+    } cases[] = {
+        {"2024:2:29:12:30:59:3", {2024, 2, 29, 12, 30, 59, 3}},
+        {"65537:2:3:4:5:-1:70000", {1, 2, 3, 4, 5, 65535, 4464}},
+        {"1::3:4:5:6:7", {1, 0, 3, 4, 5, 6, 0}},
+        {"1:2:3:4:5:6:7:8", {1, 2, 3, 4, 5, 6, 0}},
+        {"1:2:3:4:5:00000000000000000000000000006:7", {1, 2, 3, 4, 5, 6, 0}},
+        {"", {9, 9, 9, 9, 9, 9, 9}},
+    };
+    for (const auto& c : cases) {
+        Area area(60);
+        fnSCFS_Buffer_WriteString(&area.buffer, c.text, fnSC_STRLEN(c.text));
+        area.buffer.iPosition = -1;
+        tSCFS_DateTime date{9, 9, 9, 9, 9, 9, 9};
+        EXPECT_EQ(fnSCFS_Buffer_ReadDateTime(&area.buffer, &date), *c.text != '\0');
+        EXPECT_EQ(hex(&date, sizeof date), hex(c.fields, sizeof c.fields)) << c.text;
+    }
+}
+
+int notices;
+
+TEST(IniList, HandsetLoadsNothingAndReportsFailureAfterTelling) {
+    const NoLeak check;
+    notices = 0;
+    fnSCFS_SetCardSynFileFunc([](const char*, int32_t) { ++notices; });
+    tSCList list;
+    fnSCFS_INI_List_Init("set.ini", &list);
+    EXPECT_EQ(fnSCFS_INI_Write("set.ini", &list, "a", "1"), 0);
+    EXPECT_EQ(notices, 1);
+    EXPECT_EQ(fnSCFS_INI_WriteRAM(&list, "a", "2"), 1);
+    EXPECT_EQ(fnSCFS_INI_WriteRAM(&list, "A", nullptr), 1);
+    char value[8] = "kept";
+    EXPECT_EQ(fnSCFS_INI_Read("set.ini", &list, "b", value), 0);
+    EXPECT_STREQ(value, "kept");
+    EXPECT_EQ(fnSCFS_INI_Read("set.ini", &list, "a", value), 1);
+    EXPECT_STREQ(value, "2");
+    fnSCFS_Load_INI_To_List("set.ini", &list);
+    EXPECT_EQ(list.iCount, 0);
+    fnSCFS_SetCardSynFileFunc(nullptr);
+}
+
+}  // namespace
