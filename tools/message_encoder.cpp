@@ -15,7 +15,8 @@ namespace {
 constexpr uint8_t send_record_kind = 1;
 constexpr uint8_t forward_record_kind = 10;
 
-// QUIRK subject_length_is_one_octet: a longer subject is sent, but strict decoders refuse it.
+// A longer subject is sent with a warning: its length octet does not hold, and strict decoders
+// refuse it.
 constexpr std::size_t longest_subject = 125;  // bytes, a quote before the first included
 
 template <typename Record, uint8_t kind>

@@ -22,7 +22,7 @@ struct TextFile {
     const char* open_failure_name;
 };
 constexpr TextFile si_file{"umb/tmp/xmlsic.xml", "xmlsic.xml", "xmlsic.xml"};
-// QUIRK sl_open_failure_names_si: the log line of a failed reading names the other file.
+// The log line of a failed reading names the other file, as hosts that search their logs know it.
 constexpr TextFile sl_file{"umb/tmp/xmlsl.xml", "xmlsl.xml", "xmlsic.xml"};
 
 struct FileClose {

@@ -33,10 +33,11 @@ std::string read(tSCFS_FileBuffer& buffer) {
     return out;
 }
 
-TEST(FileBuffer, EncodingAsDocumented) {
+TEST(FileBuffer, line_feed_string_is_a_line_tag) {
     Area area(30);
     tSCFS_FileBuffer& b = area.buffer;
-    fnSCFS_Buffer_WriteLine(&b, "ab", 2);
+    fnSCFS_Buffer_WriteString(&b, "ab", 2);
+    fnSCFS_Buffer_WriteString(&b, "\n", 1);
     fnSCFS_Buffer_WriteInteger(&b, least);
     fnSCFS_Buffer_WriteLong(&b, long{most} + 1);
     fnSCFS_Buffer_WriteMem(&b, "\0\n", 2);

@@ -1,45 +1,23 @@
 // Push documents as a user meets them: `mmskit show` on both kinds in both forms.
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
-#include <string>
-
-#include "tests/support/bytes.h"
+#include "tests/tools/tool_runner.h"
 
 namespace {
 
 using nlohmann::json;
 using testing_support::bytes;
-using testing_support::file_bytes;
-namespace fs = std::filesystem;
 
-class PushShow : public testing::Test {
+class PushShow : public testing_support::ToolRunner {
   protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "mmskit-test-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder_ = pattern;
-        fs::create_directory(folder_ / "tmp");
-    }
-    void TearDown() override { fs::remove_all(folder_); }
-
     // The exit code; the command's own temporary folder is made in tmp/.
     int show(const std::string& options, const std::string& document) {
-        std::ofstream(folder_ / "document", std::ios::binary) << document;
-        const std::string line = "cd '" + folder_.string() +
-                                 "' && TMPDIR=\"$PWD/tmp\" '" MMSKIT_TOOL "' show document " +
-                                 options + " >out 2>err";
-        const int status = std::system(line.c_str());
-        EXPECT_TRUE(fs::is_empty(folder_ / "tmp")) << "temporary files are left";
-        return WEXITSTATUS(status);
+        write("document", document);
+        outcome_ = run("show document " + options, "mkdir -p tmp && export TMPDIR=\"$PWD/tmp\"");
+        EXPECT_TRUE(std::filesystem::is_empty(folder_ / "tmp")) << "temporary files are left";
+        return outcome_.code;
     }
-    std::string out() { return file_bytes((folder_ / "out").string()); }
+    std::string out() { return outcome_.out; }
 
-    fs::path folder_;
+    testing_support::Outcome outcome_;
 };
 
 const std::string wbxml_si = bytes(
