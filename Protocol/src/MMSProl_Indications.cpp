@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "Protocol/src/MMSProl_Headers.h"
+#include "Protocol/src/field_codes.h"
 
 namespace mmskit {
 namespace {
@@ -13,58 +14,60 @@ namespace {
 constexpr const char* no_transaction_id = "no transaction id";
 
 constexpr HeaderField send_conf_fields[] = {
-    {0x8B, header_value::text, offsetof(tMMS_SendConf, pMessageId)},
-    {0x8C, header_value::octet, offsetof(tMMS_SendConf, bMessageType)},
-    {0x8D, header_value::octet, offsetof(tMMS_SendConf, bVersion)},
-    {0x92, header_value::octet, offsetof(tMMS_SendConf, bResponseStatus)},
+    {field::message_id, header_value::text, offsetof(tMMS_SendConf, pMessageId)},
+    {field::message_type, header_value::octet, offsetof(tMMS_SendConf, bMessageType)},
+    {field::version, header_value::octet, offsetof(tMMS_SendConf, bVersion)},
+    {field::response_status, header_value::octet, offsetof(tMMS_SendConf, bResponseStatus)},
     // QUIRK response_text_is_taken_as_it_stands: a character set in front of it is not decoded.
-    {0x93, header_value::raw_text, offsetof(tMMS_SendConf, pResponseText)},
-    {0x98, header_value::text, offsetof(tMMS_SendConf, pTransactionId)},
+    {field::response_text, header_value::raw_text, offsetof(tMMS_SendConf, pResponseText)},
+    {field::transaction_id, header_value::text, offsetof(tMMS_SendConf, pTransactionId)},
 };
 
 constexpr HeaderField forward_conf_fields[] = {
-    {0x8B, header_value::text, offsetof(tMMS_SendConf, pMessageId)},
-    {0x8C, header_value::skip_octet},  // X-Mms-Message-Type
-    {0x8D, header_value::octet, offsetof(tMMS_SendConf, bVersion)},
+    {field::message_id, header_value::text, offsetof(tMMS_SendConf, pMessageId)},
+    {field::message_type, header_value::skip_octet},
+    {field::version, header_value::octet, offsetof(tMMS_SendConf, bVersion)},
     // QUIRK forward_status_is_in_the_message_type: hosts and fnMMS_RecvFwdConfData read it there.
-    {0x92, header_value::octet, offsetof(tMMS_SendConf, bMessageType)},
-    {0x93, header_value::raw_text, offsetof(tMMS_SendConf, pResponseText)},
-    {0x98, header_value::text, offsetof(tMMS_SendConf, pTransactionId)},
+    {field::response_status, header_value::octet, offsetof(tMMS_SendConf, bMessageType)},
+    {field::response_text, header_value::raw_text, offsetof(tMMS_SendConf, pResponseText)},
+    {field::transaction_id, header_value::text, offsetof(tMMS_SendConf, pTransactionId)},
 };
 
 constexpr HeaderField notification_ind_fields[] = {
-    {0x83, header_value::location, offsetof(tMMS_NotificationInd, pContentLocation)},
-    {0x86, header_value::skip_octet},    // X-Mms-Delivery-Report
-    {0x87, header_value::skip_counted},  // X-Mms-Delivery-Time
-    {0x88, header_value::expiry, offsetof(tMMS_NotificationInd, iExpiry),
+    {field::content_location, header_value::location,
+     offsetof(tMMS_NotificationInd, pContentLocation)},
+    {field::delivery_report, header_value::skip_octet},
+    {field::delivery_time, header_value::skip_counted},
+    {field::expiry, header_value::expiry, offsetof(tMMS_NotificationInd, iExpiry),
      offsetof(tMMS_NotificationInd, bExpiryToken)},
-    {0x89, header_value::from, offsetof(tMMS_NotificationInd, From)},
-    {0x8A, header_value::message_class, offsetof(tMMS_NotificationInd, bMessageClass)},
-    {0x8C, header_value::message_type},
-    {0x8D, header_value::skip_octet},  // X-Mms-MMS-Version
-    {0x8E, header_value::long_integer, offsetof(tMMS_NotificationInd, iMessageSize)},
-    {0x8F, header_value::octet, offsetof(tMMS_NotificationInd, bPriority)},
-    {0x96, header_value::encoded_string, offsetof(tMMS_NotificationInd, pSubject)},
-    {0x98, header_value::text, offsetof(tMMS_NotificationInd, pTransactionId)},
+    {field::from, header_value::from, offsetof(tMMS_NotificationInd, From)},
+    {field::message_class, header_value::message_class,
+     offsetof(tMMS_NotificationInd, bMessageClass)},
+    {field::message_type, header_value::message_type},
+    {field::version, header_value::skip_octet},
+    {field::message_size, header_value::long_integer, offsetof(tMMS_NotificationInd, iMessageSize)},
+    {field::priority, header_value::octet, offsetof(tMMS_NotificationInd, bPriority)},
+    {field::subject, header_value::encoded_string, offsetof(tMMS_NotificationInd, pSubject)},
+    {field::transaction_id, header_value::text, offsetof(tMMS_NotificationInd, pTransactionId)},
 };
 
 constexpr HeaderField delivery_ind_fields[] = {
-    {0x85, header_value::counted_integer, offsetof(tMMS_DeliveryInd, iDate)},
-    {0x8B, header_value::text, offsetof(tMMS_DeliveryInd, pMessageId)},
-    {0x8C, header_value::message_type},
-    {0x8D, header_value::skip_octet},  // X-Mms-MMS-Version
-    {0x95, header_value::octet, offsetof(tMMS_DeliveryInd, bStatus)},
-    {0x97, header_value::address, offsetof(tMMS_DeliveryInd, pTo)},
+    {field::date, header_value::counted_integer, offsetof(tMMS_DeliveryInd, iDate)},
+    {field::message_id, header_value::text, offsetof(tMMS_DeliveryInd, pMessageId)},
+    {field::message_type, header_value::message_type},
+    {field::version, header_value::skip_octet},
+    {field::status, header_value::octet, offsetof(tMMS_DeliveryInd, bStatus)},
+    {field::to, header_value::address, offsetof(tMMS_DeliveryInd, pTo)},
 };
 
 constexpr HeaderField read_orig_ind_fields[] = {
-    {0x85, header_value::counted_integer, offsetof(tMMS_ReadOrigInd, iDate)},
-    {0x89, header_value::from, offsetof(tMMS_ReadOrigInd, From)},
-    {0x8B, header_value::text, offsetof(tMMS_ReadOrigInd, pMessageId)},
-    {0x8C, header_value::message_type},
-    {0x8D, header_value::skip_octet},  // X-Mms-MMS-Version
-    {0x97, header_value::address, offsetof(tMMS_ReadOrigInd, pTo)},
-    {0x9B, header_value::octet, offsetof(tMMS_ReadOrigInd, bReadStatus)},
+    {field::date, header_value::counted_integer, offsetof(tMMS_ReadOrigInd, iDate)},
+    {field::from, header_value::from, offsetof(tMMS_ReadOrigInd, From)},
+    {field::message_id, header_value::text, offsetof(tMMS_ReadOrigInd, pMessageId)},
+    {field::message_type, header_value::message_type},
+    {field::version, header_value::skip_octet},
+    {field::to, header_value::address, offsetof(tMMS_ReadOrigInd, pTo)},
+    {field::read_status, header_value::octet, offsetof(tMMS_ReadOrigInd, bReadStatus)},
 };
 
 constexpr MessageSyntax send_conf_syntax = {
@@ -89,7 +92,7 @@ constexpr MessageSyntax forward_conf_syntax = {
 // can still answer by its transaction id, and is refused when an unknown header ends it first.
 constexpr MessageSyntax notification_ind_syntax = {
     .kind = kind_notification_ind,
-    .message_type = 0x82,
+    .message_type = message_type::notification_ind,
     .wrong_type = "message type is not m-notification-ind",
     .unlisted = Unlisted::stop,
     .fields = notification_ind_fields,
@@ -102,7 +105,7 @@ constexpr MessageSyntax notification_ind_syntax = {
 // QUIRK delivery_report_ends_with_its_last_header: whatever follows makes it none.
 constexpr MessageSyntax delivery_ind_syntax = {
     .kind = kind_delivery_ind,
-    .message_type = 0x86,
+    .message_type = message_type::delivery_ind,
     .wrong_type = "message type is not m-delivery-ind",
     .unlisted = Unlisted::fail,
     .fields = delivery_ind_fields,
@@ -111,7 +114,7 @@ constexpr MessageSyntax delivery_ind_syntax = {
 
 constexpr MessageSyntax read_orig_ind_syntax = {
     .kind = kind_read_orig_ind,
-    .message_type = 0x88,
+    .message_type = message_type::read_orig_ind,
     .wrong_type = "message type is not m-read-orig-ind",
     .unlisted = Unlisted::stop,
     .fields = read_orig_ind_fields,

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "Protocol/src/field_codes.h"
 #include "scshare/common/src/owned.h"
 
 namespace mmskit {
@@ -33,12 +34,14 @@ template <typename T>
 constexpr T fresh_with_type(uint8_t message_type) {
     T r{};
     r.bMessageType = message_type;
-    r.bVersion = 0x92;  // 1.2
+    r.bVersion = version_1_2;
     return r;
 }
-constexpr auto fresh_send_conf = fresh_with_type<tMMS_SendConf>(0x81);
-constexpr auto fresh_notify_resp = fresh_with_type<tMMS_NotifyRespInd>(0x83);
-constexpr auto fresh_acknowledge = fresh_with_type<tMMS_AcknowledgeInd>(0x85);
+constexpr auto fresh_send_conf = fresh_with_type<tMMS_SendConf>(message_type::send_conf);
+constexpr auto fresh_notify_resp =
+    fresh_with_type<tMMS_NotifyRespInd>(message_type::notifyresp_ind);
+constexpr auto fresh_acknowledge =
+    fresh_with_type<tMMS_AcknowledgeInd>(message_type::acknowledge_ind);
 constexpr tMMS_SendConf fresh_forward_conf{};
 constexpr tMMS_NotificationInd fresh_notification{};
 constexpr tMMS_RetrieveConf fresh_retrieve_conf{};

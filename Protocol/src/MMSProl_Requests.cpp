@@ -6,45 +6,11 @@
 #include <cstring>
 
 #include "Protocol/src/MMSProl_Encode.h"
+#include "Protocol/src/field_codes.h"
 
 namespace mmskit {
 namespace {
 
-// OMA-MMS-ENC 7.3, table 12: assigned numbers as short integers.
-namespace field {
-constexpr uint8_t bcc = 0x81;
-constexpr uint8_t cc = 0x82;
-constexpr uint8_t content_location = 0x83;
-constexpr uint8_t content_type = 0x84;
-constexpr uint8_t date = 0x85;
-constexpr uint8_t delivery_report = 0x86;
-constexpr uint8_t delivery_time = 0x87;
-constexpr uint8_t expiry = 0x88;
-constexpr uint8_t from = 0x89;
-constexpr uint8_t message_class = 0x8A;
-constexpr uint8_t message_id = 0x8B;
-constexpr uint8_t message_type = 0x8C;
-constexpr uint8_t version = 0x8D;
-constexpr uint8_t priority = 0x8F;
-constexpr uint8_t read_report = 0x90;
-constexpr uint8_t report_allowed = 0x91;
-constexpr uint8_t sender_visibility = 0x94;
-constexpr uint8_t status = 0x95;
-constexpr uint8_t subject = 0x96;
-constexpr uint8_t to = 0x97;
-constexpr uint8_t transaction_id = 0x98;
-constexpr uint8_t read_status = 0x9B;
-}  // namespace field
-
-namespace message_type {
-constexpr uint8_t send_req = 0x80;
-constexpr uint8_t notifyresp_ind = 0x83;
-constexpr uint8_t acknowledge_ind = 0x85;
-constexpr uint8_t read_rec_ind = 0x87;
-constexpr uint8_t forward_req = 0x89;
-}  // namespace message_type
-
-constexpr uint8_t version_1_2 = 0x92;
 constexpr uint8_t class_auto = 0x83;
 constexpr uint8_t multipart_mixed = 0xA3;
 constexpr uint8_t address_present = 0x80;

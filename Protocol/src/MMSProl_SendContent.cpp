@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "Protocol/src/MMSProl_Headers.h"
+#include "Protocol/src/field_codes.h"
 
 namespace mmskit {
 namespace {
@@ -14,23 +15,23 @@ namespace {
 // QUIRK class_and_priority_read_back_as_wire_octets: the encoder takes numbers from 0. Flags and
 // times are read over and keep the defaults of a new record.
 constexpr HeaderField send_req_fields[] = {
-    {0x81, header_value::address_list, offsetof(tMMS_SendReq, pBcc)},
-    {0x82, header_value::address_list, offsetof(tMMS_SendReq, pCc)},
-    {0x84, header_value::content, offsetof(tMMS_SendReq, pContent),
+    {field::bcc, header_value::address_list, offsetof(tMMS_SendReq, pBcc)},
+    {field::cc, header_value::address_list, offsetof(tMMS_SendReq, pCc)},
+    {field::content_type, header_value::content, offsetof(tMMS_SendReq, pContent),
      offsetof(tMMS_SendReq, iContentLen)},
-    {0x86, header_value::skip_octet},    // X-Mms-Delivery-Report
-    {0x87, header_value::skip_counted},  // X-Mms-Delivery-Time
-    {0x88, header_value::skip_counted},  // X-Mms-Expiry
-    {0x89, header_value::from, offsetof(tMMS_SendReq, From)},
-    {0x8A, header_value::message_class, offsetof(tMMS_SendReq, bMessageClass)},
-    {0x8C, header_value::skip_octet},  // X-Mms-Message-Type
-    {0x8D, header_value::skip_octet},  // X-Mms-MMS-Version
-    {0x8F, header_value::octet, offsetof(tMMS_SendReq, bPriority)},
-    {0x90, header_value::skip_octet},  // X-Mms-Read-Report
-    {0x94, header_value::skip_octet},  // X-Mms-Sender-Visibility
-    {0x96, header_value::encoded_string, offsetof(tMMS_SendReq, pSubject)},
-    {0x97, header_value::address_list, offsetof(tMMS_SendReq, pTo)},
-    {0x98, header_value::transaction_id, offsetof(tMMS_SendReq, pTransactionId)},
+    {field::delivery_report, header_value::skip_octet},
+    {field::delivery_time, header_value::skip_counted},
+    {field::expiry, header_value::skip_counted},
+    {field::from, header_value::from, offsetof(tMMS_SendReq, From)},
+    {field::message_class, header_value::message_class, offsetof(tMMS_SendReq, bMessageClass)},
+    {field::message_type, header_value::skip_octet},
+    {field::version, header_value::skip_octet},
+    {field::priority, header_value::octet, offsetof(tMMS_SendReq, bPriority)},
+    {field::read_report, header_value::skip_octet},
+    {field::sender_visibility, header_value::skip_octet},
+    {field::subject, header_value::encoded_string, offsetof(tMMS_SendReq, pSubject)},
+    {field::to, header_value::address_list, offsetof(tMMS_SendReq, pTo)},
+    {field::transaction_id, header_value::transaction_id, offsetof(tMMS_SendReq, pTransactionId)},
 };
 
 constexpr MessageSyntax send_req_syntax = {
