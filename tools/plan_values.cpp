@@ -104,7 +104,7 @@ bool take_zone(std::string_view& rest, int64_t& offset) {
     if (!take(rest, '+') && !take(rest, '-')) return false;
     if (!take_two_digits(rest, hour, 23) || !take(rest, ':') || !take_two_digits(rest, minute, 59))
         return false;
-    offset = sign * (hour * 3600 + minute * 60);
+    offset = int64_t{sign} * (hour * 3600 + minute * 60);
     return true;
 }
 
