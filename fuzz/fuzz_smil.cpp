@@ -3,35 +3,17 @@
 #include <string>
 
 #include "fuzz/walk.h"
-
-namespace {
-
-std::string uintvar(size_t value) {
-    std::string out(1, char(value & 0x7F));
-    while ((value >>= 7) != 0)
-        out.insert(out.begin(), char(0x80 | (value & 0x7F)));
-    return out;
-}
-
-std::string part(const std::string& headers, const std::string& data) {
-    return uintvar(headers.size()) + uintvar(data.size()) + headers + data;
-}
-
-const std::string nul(1, '\0');
-
-}  // namespace
+#include "tests/support/bytes.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using testing_support::bytes;
+    using testing_support::part;
     const std::string smil(reinterpret_cast<const char*>(data), size);
-    const std::string body = "\x84\xA3\x06" + part("application/smil" + nul, smil) +
-                             part("\x9E\x8Esunset.jpg" + nul, "JPEG") +
-                             part("\x03\x83\x81\xEA\x8Egreeting.txt" + nul, "Grüße") +
-                             part("audio/mpeg" + nul + "\xC0\"<surf>" + nul, "MP3") +
-                             part("video/3gpp" + nul +
-                                      "\x8E"
-                                      "clip" +
-                                      nul,
-                                  "3GP") +
+    const std::string body = bytes("84 A3 06") + part(bytes("'application/smil' 00"), smil) +
+                             part(bytes("9E 8E 'sunset.jpg' 00"), "JPEG") +
+                             part(bytes("03 83 81 EA 8E 'greeting.txt' 00"), "Grüße") +
+                             part(bytes("'audio/mpeg' 00 C0 '\"<surf>' 00"), "MP3") +
+                             part(bytes("'video/3gpp' 00 8E 'clip' 00"), "3GP") +
                              part("\xC8", "Content-Type: image/gif\r\n\r\nGIF");
     const fuzz::Exact exact(reinterpret_cast<const uint8_t*>(body.data()), body.size());
     fuzz::walk_body(exact.bytes.get(), exact.length);

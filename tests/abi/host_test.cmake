@@ -13,9 +13,9 @@ if(NOT status EQUAL 1 OR NOT shown STREQUAL "" OR NOT refusal MATCHES "^no messa
   message(FATAL_ERROR "a picture is no message, yet: status ${status}\n${shown}${refusal}")
 endif()
 
-file(READ ${SOURCE}/tests/abi/host.c host)
+file(READ ${SOURCE}/examples/host.c host)
 file(READ ${SOURCE}/README.md readme)
 string(FIND "${readme}" "${host}" at)
 if(at EQUAL -1)
-  message(FATAL_ERROR "README.md does not show tests/abi/host.c as it stands")
+  message(FATAL_ERROR "README.md does not show examples/host.c as it stands")
 endif()
