@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "tests/support/bytes.h"
@@ -17,7 +16,6 @@
 
 namespace {
 
-using nlohmann::json;
 using namespace testing_support;
 
 // The dissector's field, without "mmse.", to its values in the PDU's order, joined with "|".
@@ -31,7 +29,12 @@ struct Row {
 
 const std::string plmn = "/TYPE=PLMN", in_2021 = "Jan 14, 2021 08:25:36.000000000 UTC";
 constexpr uint32_t in_2021_seconds = 0x60000000;
-const std::string seconds = ".000000000", mixed = "application/vnd.wap.multipart.mixed||";
+const std::string seconds = ".000000000", mixed = "application/vnd.wap.multipart.mixed",
+                  related = "application/vnd.wap.multipart.related";
+
+void add(std::string& fact, const std::string& value) {
+    fact += (fact.empty() || value.empty() ? "" : "|") + value;
+}
 
 // ---- Making the rows --------------------------------------------------------------------------
 
@@ -90,11 +93,11 @@ struct Part {
 Row body(bool with_smil, const std::vector<Part>& parts) {
     const std::string smil = "<smil><body/></smil>", smil_type = "application/smil";
     const auto at = [](const std::string& s) { return reinterpret_cast<uint8_t*>(borrowed(s)); };
-    Facts facts = changed(new_send, "content type=" + mixed);
-    if (with_smil) {
-        facts["content type"] = "application/vnd.wap.multipart.related|" + smil_type + "|<AAAA>";
-        facts["part 0"] = smil_type + "|mms.smil|UTF-8|\"<AAAA>\"||" + smil;
-    }
+    Facts facts = changed(new_send, "content_type=" + mixed);
+    if (with_smil)
+        facts = changed(new_send, "content_type=" + related + "|" + smil_type + ";upart.type=" +
+                                      smil_type + ";start=<AAAA>;name=mms.smil;charset=UTF-8" +
+                                      ";content_id=\"<AAAA>\";data=" + smil);
     std::vector<tMMS_MediaData> list(parts.size());
     for (size_t i = 0; i < parts.size(); ++i) {
         const auto& [type, name, data, charset_name, charset] = parts[i];
@@ -105,8 +108,13 @@ Row body(bool with_smil, const std::vector<Part>& parts) {
         list[i].bHasCharset = charset != 0;
         list[i].iCharset = charset;
         if (i != 0) list[i - 1].pNext = &list[i];
-        facts["part " + std::to_string(i + with_smil)] =
-            type + "|" + name + "|" + charset_name + "|\"<" + name + ">\"|" + name + "|" + data;
+        for (const auto& [field, value] : Facts{{"content_type", type},
+                                                {"name", name},
+                                                {"charset", charset_name},
+                                                {"content_id", "\"<" + name + ">\""},
+                                                {"content_location", name},
+                                                {"data", data}})
+            add(facts[field], value);
     }
     tMMS_SmilPart smil_part{borrowed(smil_type), at(smil), static_cast<uint32_t>(smil.size())};
     const tMMS_ContentUnion content{with_smil ? &smil_part : nullptr,
@@ -158,23 +166,24 @@ void add_responses(std::vector<Row>& rows, bool flag) {
     const std::string id(flag ? 1 : 200, 't'), yes_no = flag ? "0x80" : "0x81", to = "+49";
     const Facts common =
         changed({}, "transaction_id=" + id + ";mms_version=1.2;report_allowed=" + yes_no);
-    const auto add = [&](const std::string& pdu, const Facts& from, const std::string& changes) {
+    const auto add_row = [&](const std::string& pdu, const Facts& from,
+                             const std::string& changes) {
         rows.push_back({pdu, changed(from, changes)});
     };
-    add(made<fnMMS_MakeAcknowledgePdu>(id.c_str(), flag), common, "message_type=0x85");
+    add_row(made<fnMMS_MakeAcknowledgePdu>(id.c_str(), flag), common, "message_type=0x85");
     // Not 0x84 (unrecognised): the dissector takes that last octet for a Content-Type header.
     for (int32_t status = 0; status < 4; ++status)
-        add(made<fnMMS_MakeNotifyRespPdu>(id.c_str(), flag, 0x80 + status), common,
-            "message_type=0x83;status=0x8" + std::to_string(status));
+        add_row(made<fnMMS_MakeNotifyRespPdu>(id.c_str(), flag, 0x80 + status), common,
+                "message_type=0x83;status=0x8" + std::to_string(status));
     const tMMS_ReadRecInd read{borrowed(id), borrowed(to), nullptr, flag, flag * in_2021_seconds};
-    add(made<fnMMS_MakeReadRecIndPdu>(&read), {},
-        "message_type=0x87;mms_version=1.2;message_id=" + id + ";from=<insert address>;to=+49" +
-            plmn + ";read_status=" + (flag ? "0x81;date=" + in_2021 : "0x80"));
-    add(made<fnMMS_MakeReadReportPdu>(id.c_str(), "a@b", "Read: \u00FC"), new_send,
-        "transaction_id=" + id +
-            ";to=a@b;subject=Read: "
-            "\u00FC;message_class.id=0x83;priority=;sender_visibility=;content type=" +
-            mixed);
+    add_row(made<fnMMS_MakeReadRecIndPdu>(&read), {},
+            "message_type=0x87;mms_version=1.2;message_id=" + id + ";from=<insert address>;to=+49" +
+                plmn + ";read_status=" + (flag ? "0x81;date=" + in_2021 : "0x80"));
+    add_row(made<fnMMS_MakeReadReportPdu>(id.c_str(), "a@b", "Read: \u00FC"), new_send,
+            "transaction_id=" + id +
+                ";to=a@b;subject=Read: "
+                "\u00FC;message_class.id=0x83;priority=;sender_visibility=;content_type=" +
+                mixed);
 }
 
 std::vector<Row> all_rows() {
@@ -220,86 +229,67 @@ void write_capture(const std::string& path, const std::vector<Row>& rows) {
     }
 }
 
-std::vector<json> as_list(const json& value) {
-    return value.is_array() ? value.get<std::vector<json>>() : std::vector<json>{value};
-}
-
-// The first value of the key at any depth, or null.
-json find(const json& in, const std::string& key) {
-    if (in.is_object() && in.contains(key)) return in[key];
-    json found;
-    for (auto child = in.begin(); in.is_structured() && child != in.end() && found.is_null();
-         ++child)
-        found = find(*child, key);
-    return found;
-}
-
-std::string text(const json& in, const std::string& key) {
-    const json found = find(in, key);
-    return found.is_string() ? found.get<std::string>() : "";
+// An attribute of a line of the dissection, which is an XML element.
+std::string attribute(const std::string& line, const std::string& name) {
+    const size_t at = line.find(" " + name + "=\"");
+    if (at == std::string::npos) return "";
+    const size_t begin = at + name.size() + 3;
+    std::string value = line.substr(begin, line.find('"', begin) - begin);
+    for (const auto& [entity, c] :
+         std::map<std::string, char>{{"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}})
+        for (size_t found; (found = value.find(entity)) != std::string::npos;)
+            value.replace(found, entity.size(), 1, c);
+    return value;
 }
 
 // It shows a subject as if it were ASCII; the text is what it delimited, less charset and quote.
-std::string subject_text(const json& raw) {
-    std::string field = bytes(raw[0].get<std::string>());
+std::string subject_text(std::string field) {
     field.erase(0, field.find('\xEA') + 1);
     if (field.starts_with('\x7F')) field.erase(0, 1);
     field.resize(std::min(field.size(), field.find('\0')));
     return field.empty() ? "(empty)" : field;
 }
 
-Facts facts_of(const json& mmse) {
-    Facts facts;
-    for (const auto& [key, value] : mmse.items()) {
-        if (!key.starts_with("mmse.") || key.ends_with("_raw")) continue;
-        for (const json& one : as_list(value)) {
-            std::string& fact = facts[key.substr(5)];
-            fact += (fact.empty() ? "" : "|") + one.get<std::string>();
-        }
+std::vector<Row> read_dissection(std::ifstream in) {
+    std::vector<Row> rows;
+    std::string part;  // the line of the last one
+    for (std::string line; std::getline(in, line);) {
+        const std::string name = attribute(line, "name");
+        const auto at = [](const std::string& element, const char* key) {
+            return std::stoul(attribute(element, key));
+        };
+        if (line == "<packet>") rows.emplace_back();
+        if (name == "mmse") rows.back().facts.clear();  // what carried it
+        if (name == "_ws.expert.message" && rows.back().complaint.empty())
+            rows.back().complaint = attribute(line, "show");
+        if (name == "wsp.multipart") part = line;
+        if (name == "wsp.headers")  // a part's data follow its headers
+            add(rows.back().facts["data"],
+                bytes(attribute(part, "value"))
+                    .substr(at(line, "pos") + at(line, "size") - at(part, "pos")));
+        for (const std::string_view kind : {"mmse.", "wsp.parameter.", "wsp.header."})
+            if (name.starts_with(kind) && name != "wsp.parameter.type" &&
+                name != "wsp.header.name_value")
+                add(rows.back().facts[name.substr(kind.size())],
+                    name == "mmse.subject" ? subject_text(bytes(attribute(line, "value")))
+                                           : attribute(line, "show"));
     }
-    if (mmse.contains("mmse.subject_raw"))
-        facts["subject"] = subject_text(mmse["mmse.subject_raw"]);
-    if (!mmse.contains("wsp.header.content_type")) return facts;
-    const json type = mmse.value("wsp.header.content_type_tree", json());
-    facts["content type"] = text(mmse, "wsp.header.content_type") + "|" +
-                            text(type, "wsp.parameter.upart.type") + "|" +
-                            text(type, "wsp.parameter.start");
-
-    // A raw field is hex, offset, length, ...; a part's is the whole entry, its data last.
-    const std::vector<json> parts = as_list(find(mmse, "wsp.multipart_tree"));
-    json entries = find(mmse, "wsp.multipart_raw");
-    if (entries.is_array() && !entries[0].is_array()) entries = json::array({entries});
-    for (size_t i = 0; i < entries.size(); ++i) {
-        std::string& fact = facts["part " + std::to_string(i)];
-        for (const char* key : {"header.content_type", "parameter.name", "parameter.charset",
-                                "header.content_id", "header.content_location"})
-            fact += text(parts[i], std::string("wsp.") + key) + "|";
-        const json headers = find(parts[i], "wsp.headers_raw");
-        const size_t data = headers[1].get<size_t>() + headers[2].get<size_t>();
-        fact += bytes(entries[i][0].get<std::string>()).substr(data - entries[i][1].get<size_t>());
-    }
-    return facts;
+    return rows;
 }
 
 // What tshark finds in the rows' PDUs; empty without tshark.
 std::vector<Row> dissected(const std::vector<Row>& rows) {
-    std::vector<Row> found;
-    if (std::system("command -v tshark >/dev/null 2>&1") != 0) return found;
+    if (std::system("command -v tshark >/dev/null 2>&1") != 0) return {};
     std::string folder = testing::TempDir() + "mmskit-peer-XXXXXX";
     EXPECT_NE(mkdtemp(folder.data()), nullptr);
     write_capture(folder + "/pcap", rows);
     std::ofstream(folder + "/user_dlts") << R"uat("User 0 (DLT=147)","wsp-cl","0","","0",""
 )uat";
-    const std::string command =
-        "cd '" + folder +
-        "' && HOME=. WIRESHARK_CONFIG_DIR=. TZ=UTC "
-        "tshark -n -r pcap -T json -x --no-duplicate-keys >json 2>/dev/null";
+    const std::string command = "cd '" + folder +
+                                "' && HOME=. WIRESHARK_CONFIG_DIR=. TZ=UTC "
+                                "tshark -n -r pcap -T pdml >pdml 2>/dev/null";
     EXPECT_EQ(std::system(command.c_str()), 0);
-    for (const json& packet : json::parse(std::ifstream(folder + "/json"))) {
-        const json& layers = packet["_source"]["layers"];
-        found.push_back({"", facts_of(layers.value("mmse", json::object())),
-                         text(layers, "_ws.expert.message")});
-    }
+    std::vector<Row> found = read_dissection(std::ifstream(folder + "/pdml"));
     std::filesystem::remove_all(folder);
     return found;
 }

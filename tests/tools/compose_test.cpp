@@ -28,7 +28,6 @@ class Compose : public ToolRunner {
         write("in/c.3gp", bytes("00000014 'ftyp3gp4' 00000000"));
         write("in/t.txt", "from a file");
         write("in/z.vcf", vcard);
-        write("in/empty", "");
     }
 };
 
@@ -95,11 +94,9 @@ TEST_F(Compose, complaints_name_the_key) {
         std::string complaint;
     } cases[] = {
         {R"({"to": )", 1, "parse error at line 1, column 8"},
-        {R"({"slides": [{"text": "a", "text": "b"}]})", 1, "text: it is given twice"},
         {R"({"too": "+1"})", 1, "too: there is no such key"},
         {R"({"to": ["+1", "+1;+2"]})", 1, "to[1]: \"+1;+2\" is not an address"},
         {R"({"slides": [{"image": "no"}]})", 1, "slides[0].image: in/no: No such file or dir"},
-        {R"({"slides": [{"image": "empty"}]})", 1, "slides[0].image: in/empty: it is empty"},
         {R"({"slides": [{"image": "b.amr"}]})", 1, "slides[0].image: in/b.amr: it is audio/amr"},
         {R"({"slides": [{"text": "a\u0000b"}]})", 1, "slides[0].text: the text holds a NUL"},
         {R"({"slides": [{"duration": "5"}]})", 1, "slides[0].duration: \"5\" is not a time"},
@@ -109,7 +106,6 @@ TEST_F(Compose, complaints_name_the_key) {
         {"--subject a", 1, "the message has no recipient"},
         {eleven, 1, "slide 11: a message has at most 10 of them"},
         {"--to +1 --slide image=in/a.jpg video=in/c.3gp", 1, "slide 1: video: the slide"},
-        {"--to +1 --slide image=in/a.jpg image-begin=12s", 1, "slide 1: image: it begins"},
         {"--to +1 --date 2025-02-29", 1, "--date: \"2025-02-29\" is not a date"},
         {"--to +1 --expiry 2038-01-20", 1, "--expiry: \"2038-01-20\" is not a time"},
         {"--to +1 --date 2026-01-02 --delivery-time 2026-01-01", 1, "the delivery time has"},
@@ -215,13 +211,10 @@ TEST_F(Compose, content_types_come_from_the_bytes_then_from_the_name) {
     const std::tuple<std::string, std::string, const char*> cases[] = {
         {"jpeg.gif", jpeg, "image/jpeg"},
         {"c", bytes("'BM' 00000000 00000000 00"), "image/bmp"},
-        {"d", "BM is a text", "text/plain"},
         {"g", bytes("FF FB 90 00"), "audio/mpeg"},
-        {"h", bytes("FF F1 50 00"), "audio/aac"},
         {"j", bytes("00000014 'ftypisom'"), "video/mp4"},
         {"l.WBMP", bytes("00 00 01 01 80"), "image/vnd.wap.wbmp"},
         {"n", bytes("C3 28"), "application/octet-stream"},
-        {"o", bytes("00"), "application/octet-stream"},
     };
     for (const auto& [name, data, type] : cases) {
         write(name, data);

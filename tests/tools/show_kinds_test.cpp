@@ -1,5 +1,6 @@
-// mmskit show on every kind of message: what it is called, its headers with readable values, and
-// that damage is told and never crashes. Expected lines are what the public encoding means.
+// mmskit show on every kind of message and push document: what it is called, its headers with
+// readable values, and that damage is told and never crashes. Expected lines are what the public
+// encoding means.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,9 +15,13 @@ using namespace testing_support;
 
 class ShowKinds : public ToolRunner {
   protected:
+    // The command's own temporary folder is made in tmp/ and gone when it ends.
     Outcome show(const std::string& pdu, const std::string& options = "") {
         write("m", pdu);
-        return run("show m " + options);
+        const Outcome outcome =
+            run("show m " + options, "mkdir -p tmp && export TMPDIR=\"$PWD/tmp\"");
+        EXPECT_TRUE(std::filesystem::is_empty(folder_ / "tmp")) << "temporary files are left";
+        return outcome;
     }
 };
 
@@ -53,6 +58,17 @@ const struct Kind {
      R"({"transaction_id":"T","to":"1","cc":"2;3","content_location":"http://x"})"},
     {"m-forward-conf", "8C 8A 98 'T' 00 92 99",
      R"({"response_status":"0x99","transaction_id":"T"})"},
+    {"service indication",
+     "02 05 04 00 45 C6 0C 03 'a' 00 11 03 'i' 00 08 0A C3 04 20 11 05 17 01 03 47 72 FC 00 01 01",
+     R"({"text":"Grü","href":"http://a","si_id":"i","action":"signal-high",
+         "created":"2011-05-17T00:00:00Z","charset":"ISO-8859-1"})"},
+    {"service loading", "03 06 6A 00 85 07 01", R"({"action":"cache","charset":"UTF-8"})"},
+    {"service indication",
+     "'<?xml version=\"1.0\"?><!-- <sl --><si><indication si-expires=\"2011-05-17T10:20:30Z\">"
+     "T</indication></si>'",
+     R"({"text":"T","si_expires":"2011-05-17T10:20:30Z"})"},
+    {"service loading", "0A '<x:sl xmlns:x=\"u\" href=\"b\" action=\"execute-low\"/>'",
+     R"({"href":"b","action":"execute-low"})"},
 };
 
 TEST_F(ShowKinds, every_kind_is_shown_with_readable_values) {
@@ -72,6 +88,9 @@ TEST_F(ShowKinds, every_kind_is_shown_with_readable_values) {
                              "X-Mms-Sender-Visibility  hide\n"})
         EXPECT_NE(text.out.find(line), std::string::npos) << text.out;
     EXPECT_NE(show(bytes(kinds[2].pdu)).out.find("Size     4096 bytes\n"), std::string::npos);
+    const std::string unmarked = bytes("03 01 11 00 85 07 01");  // no public identifier
+    EXPECT_EQ(show(unmarked, "--as sl").out.substr(0, 24), "service loading  7 bytes");
+    EXPECT_EQ(show(unmarked, "--as mms").code, 2);
 }
 
 // A request cut anywhere is shown as far as it says, or refused in one line.
@@ -85,7 +104,9 @@ TEST_F(ShowKinds, cut_off_headers_are_told) {
     }
     EXPECT_EQ(show(bytes("8C 80 85 1E 01")).err,
               "mmskit: m: a header's value does not end inside the message, at byte 2\n");
-    EXPECT_EQ(show(bytes("8C 87 85 1F FFFFFF7F 01")).code, 1);
+    for (const char* bad :
+         {"8C 87 85 1F FFFFFF7F 01", "'<html/>'", "'<si><indication></si>'", "03 05 6A 00 45 FF"})
+        EXPECT_EQ(show(bytes(bad)).code, 1) << bad;
 }
 
 }  // namespace
