@@ -1,13 +1,15 @@
-// Splitting message bodies: each rule as bytes in and a content union out, the release of unions,
-// and whole bodies under damage, out of memory and in number.
+// Message bodies: splitting, each rule as bytes in and a content union out, also under damage and
+// out of memory; the release of unions; writing, each rule as a union in and bytes out.
 #include <gtest/gtest.h>
 #include <mmskit/pdu.h>
 #include <mmskit/runtime.h>
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include "tests/support/faults.h"
+#include "tests/support/made.h"
 
 namespace {
 
@@ -43,66 +45,47 @@ std::string split(const uint8_t* body, int32_t length) {
     return out;
 }
 
-struct Case {
-    const char *rule, *body, *expected;
-};
-const Case cases[] = {
-    {"empty_message", "84 A3 00", ""},
-    {"another_first_byte", "83 83 'x'", "body does not start with Content-Type at 0"},
-    {"single_text_name", "84 83 'hello'",
-     "text/plain MMS_Text0000.txt - MMS_Text0000.txt [hello]\n"},
-    {"single_text_takes_its_name_as_location", "84 08 83 85 'a.t' 00 81 EA 'x'",
-     "text/plain a.t - a.t charset 106 [x]\n"},
-    {"part_text_name", "84 A3 04 01 01 83 'a' 01 01 9E 'b' 01 00 83 01 01 83 'c'",
-     "text/plain MMS_Text000.txt - MMS_Text000.txt [a]\n"
-     "image/jpeg - - - [b]\n"
-     "text/plain MMS_Text002.txt - MMS_Text002.txt [c]\n"},
-    {"part_headers_with_location_read_without_its_quote",
-     "84 B3 01 1D 01 9E AE 02 'zz' C0 22 '<im>g' 00 C5 01 'z' 8E 'old' 00 8E 7F E9 00 B0 8E 'b' "
-     "00 'd'",
-     "image/jpeg \xE9 img - [d]\n"},
-    {"fwd_parameter_is_kept", "84 A3 01 09 01 08 9E 'fwd' 00 'no' 00 'd'",
-     "image/jpeg - - - fwd 0 66 77 64 00 6E 6F 00  [d]\n"},
-    {"unknown_type_is_kept_without_one", "84 A3 01 01 01 BC 'd'", "- - - - [d]\n"},
-    {"last_smil_part_wins",
-     "84 B3 03 11 01 'application/smil' 00 'a' 01 01 9E 'x' 11 02 'application/smil' 00 'bc'",
-     "application/smil [bc]\nimage/jpeg - - - [x]\n"},
-    {"overrunning_data_is_cut_and_last", "84 A3 02 01 05 9E 'abc'", "image/jpeg - - - [abc]\n"},
-    {"headers_shorter_than_the_type_leave_none", "84 A3 02 01 01 'ab' 00 'd' 01 01 9E 'e'",
-     "ab - - - [d]\nimage/jpeg - - - [e]\n"},
-    {"largest_lengths_do_not_wrap", "84 A3 02 8F FF FF FF 7F 8F FF FF FF 7F 9E 'd' 01 01 9E 'e'",
-     ""},
-    {"declared_count_is_only_a_limit", "84 A3 8F FF FF FF 7F 01 01 9E 'd'",
-     "image/jpeg - - - [d]\n"},
-};
-
-TEST(Body, splitting_rules) {
-    for (const Case& c : cases) {
+TEST(Body, splitting_rules_and_each_body_damaged_and_out_of_memory) {
+    const struct {
+        const char *rule, *body, *expected;
+    } cases[] = {
+        {"part_text_name_and_last_smil_part_wins",
+         "84 1F 1E B3 89 'application/smil' 00 8A '<AAAA>' 00 8B 'i' 00 05"
+         "27 07 1D 'application/smil' 00 85 'mms.smil' 00 81 EA C0 22 '<AAAA>' 00 '<smil/>'"
+         "22 01 17 9E 85 'a.jpg' 00 'fwd=\"yes\"' 00 81 03 01 00 00 C0 22 '<id>' 00 8E 'b' 00 'J'"
+         "06 04 05 83 81 02 03 E8 'text' 01 06 83 'second'"
+         "11 06 'application/smil' 00 'smil 2'",
+         "application/smil [smil 2]\n"
+         "image/jpeg b id a.jpg charset 65536 fwd 1 66 77 64 3D 22 79 65 73 22 00  [J]\n"
+         "text/plain MMS_Text001.txt - MMS_Text001.txt charset 1000 [text]\n"
+         "text/plain MMS_Text002.txt - MMS_Text002.txt [second]\n"},
+        {"empty_message", "84 A3 00", ""},
+        {"another_first_byte", "83 83 'x'", "body does not start with Content-Type at 0"},
+        {"single_text_name", "84 83 'hello'",
+         "text/plain MMS_Text0000.txt - MMS_Text0000.txt [hello]\n"},
+        {"named_single_text", "84 04 83 85 'a' 00 'x'", "text/plain a - a [x]\n"},
+        {"part_headers_with_location_read_without_its_quote",
+         "84 B3 01 17 01 9E AE 01 'z' C0 22 '<i>' 00 C5 01 'z' 8E 6F 00 8E 7F E9 00 B0 8E 00 'd'",
+         "image/jpeg \xE9 i - [d]\n"},
+        {"unknown_type_is_kept_without_one", "84 A3 01 01 01 BC 'd'", "- - - - [d]\n"},
+        {"overrunning_data_is_cut", "84 A3 02 01 05 9E 'abc'", "image/jpeg - - - [abc]\n"},
+        {"headers_shorter_than_the_type", "84 A3 01 01 01 'ab' 00 'd'", "ab - - - [d]\n"},
+        {"largest_lengths", "84 A3 02 8F FF FF FF 7F 8F FF FF FF 7F 9E 'd' 01 01 9E 'e'", ""},
+        {"count_is_only_a_limit", "84 A3 8F FF FF FF 7F 01 01 9E 'd'", "image/jpeg - - - [d]\n"},
+    };
+    for (const auto& c : cases) {
         const std::string body = bytes(c.body);
         SCOPED_TRACE(std::string(c.rule) + ": " + hex(body));
-        const NoLeak check;
         const Guarded guarded(body);
         EXPECT_EQ(split(guarded.data(), guarded.length()), c.expected);
+        damage_each_byte(body, split);
+        fail_each_allocation([&] {
+            const std::string got = split(guarded.data(), guarded.length());
+            EXPECT_TRUE(got == c.expected || got.starts_with("out of memory at")) << got;
+        });
     }
     EXPECT_EQ(split(nullptr, 3), "null input or length out of range at 0");
     EXPECT_EQ(split(Guarded("").data(), -1), "null input or length out of range at 0");
-}
-
-const std::string whole_body =
-    bytes("84 1B B3 89 'application/smil' 00 8A '<AAAA>' 00 05") +
-    part(bytes("1D 'application/smil' 00 85 'mms.smil' 00 81 EA C0 22 '<AAAA>' 00"), "<smil/>") +
-    part(bytes("11 9E 85 'a.jpg' 00 'fwd' 00 'yes' 00 C0 22 '<a.jpg>' 00 8E 'a.jpg' 00"), "JPEG") +
-    part(bytes("04 83 81 02 03 E8"), "text") + part(bytes("83"), "second") +
-    part(bytes("'application/smil' 00"), "<smil>2</smil>");
-
-TEST(Body, damaged_bodies_are_read_within_bounds_and_out_of_memory_is_no_union) {
-    damage_each_byte(whole_body, split);
-    const Guarded body(whole_body);
-    const std::string expected = split(body.data(), body.length());
-    fail_each_allocation([&] {
-        const std::string got = split(body.data(), body.length());
-        EXPECT_TRUE(got == expected || got.starts_with("out of memory at")) << got;
-    });
 }
 
 TEST(Body, parts_are_appended_in_linear_time) {
@@ -133,6 +116,56 @@ TEST(Body, empty_message_is_told_by_its_first_bytes) {
     EXPECT_EQ(fnMMS_EmptyMMS(Guarded(bytes("84 A3 00")).data()), 1);
     for (const char* other : {"84 A3 01", "84 A4", "83"})
         EXPECT_EQ(fnMMS_EmptyMMS(Guarded(bytes(other)).data()), 0) << other;
+}
+
+char* t(const char* text) {
+    return const_cast<char*>(text);
+}
+// Of a null name the data is null too.
+tMMS_MediaData media(const char* type, const char* name, uint32_t size = 1, uint32_t charset = 0) {
+    auto* data = name != nullptr ? reinterpret_cast<uint8_t*>(t("d")) : nullptr;
+    return {t(name), t("not"), t("sent"), data, size, charset, charset != 0, 1, 1, nullptr, 0,
+            t(type), nullptr,  0,         0,    0,    0};
+}
+std::string written(std::vector<tMMS_MediaData> list, const char* smil_type = nullptr) {
+    for (size_t i = 1; i < list.size(); i++)
+        list[i - 1].pNext = &list[i];
+    tMMS_SmilPart smil{t(smil_type), reinterpret_cast<uint8_t*>(t("S")), 1};
+    const tMMS_ContentUnion content{smil_type != nullptr ? &smil : nullptr, list.data()};
+    return made<fnMMS_MakeContentBodyPdu>(&content);
+}
+
+TEST(BodyWriter, encoding_rules) {
+    const struct {
+        const char* rule;
+        std::string made;
+        const char* expected;
+    } cases[] = {
+        {"one_name_for_three_headers", written({media("image/jpeg", "a.jpg")}, "application/smil"),
+         "84 1B B3 89 'application/smil' 00 8A '<AAAA>' 00 02"
+         "27 01 1D 'application/smil' 00 85 'mms.smil' 00 81 EA C0 22 '<AAAA>' 00 'S'"
+         "1A 01 08 9E 85 'a.jpg' 00 C0 22 '<a.jpg>' 00 8E 'a.jpg' 00 'd'"},
+        {"charset_above_127_is_a_counted_uintvar",
+         written({media("x/y", "n", 1, 127), media("x/y", "n", 1, 128)}),
+         "84 A3 02 13 01 09 'x/y' 00 85 'n' 00 81 FF C0 22 '<n>' 00 8E 'n' 00 'd'"
+         "15 01 0B 'x/y' 00 85 'n' 00 81 02 81 00 C0 22 '<n>' 00 8E 'n' 00 'd'"},
+        {"null_texts_are_empty_and_null_data_is_none", written({media(nullptr, nullptr, 9)}),
+         "84 A3 01 0B 00 03 00 85 00 C0 22 '<>' 00 8E 00"},
+        {"result_over_32_bits", written({media("x/y", "n", UINT32_MAX)}), "'null 77'"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(hex(c.made), hex(bytes(c.expected))) << c.rule;
+    EXPECT_EQ(fnMMS_MakeContentBodyPdu(nullptr, nullptr), nullptr);
+}
+
+TEST(BodyWriter, one_allocation_and_null_without_it) {
+    fail_each_allocation([] {
+        const std::string got = written({media("x/y", "n")});
+        const std::string empty = written({}, "application/smil");
+        EXPECT_EQ(mmskit::counted_allocations(), 2U);
+        EXPECT_TRUE(got == "null 77" || got.size() == 23) << got;
+        EXPECT_TRUE(empty == "null 0" || empty == bytes("84 A3 00")) << empty;
+    });
 }
 
 }  // namespace

@@ -40,17 +40,6 @@ class StoreFile : public testing::Test {
     tSCList list_{};
 };
 
-TEST_F(StoreFile, EveryTextSurvivesButALeadingLineFeedOfAValue) {
-    const char* entries[][3] = {{"\n", "v", "v"},           {"a", "\n", ""},
-                                {"b", "\nx\n", "x\n"},      {"c", "", ""},
-                                {"", "\xFF=\t", "\xFF=\t"}, {"\nd", "1\n", "1\n"}};
-    for (const auto& [key, saved, reloaded] : entries)
-        ASSERT_EQ(fnSCFS_INI_Write(path(), &list_, key, saved), 1);
-    reload();
-    for (const auto& [key, saved, reloaded] : entries)
-        EXPECT_EQ(value(key), reloaded) << hex(key);
-}
-
 TEST_F(StoreFile, NothingIsDroppedWhereTheFirstRoomEnds) {
     for (size_t size = 9970; size < 10005; ++size) {
         fs::remove(path_);
@@ -62,16 +51,17 @@ TEST_F(StoreFile, NothingIsDroppedWhereTheFirstRoomEnds) {
     }
 }
 
+// A line feed that a value begins with is lost in the file, and nothing else.
 TEST_F(StoreFile, RandomChangesMatchAMap) {
     std::mt19937 random(7);
     const auto any_text = [&](size_t below) {
-        std::string out(random() % below, ' ');
+        std::string out(random() % below, '\n');
         for (char& c : out)
-            c = static_cast<char>(11 + random() % 240);
+            if (random() % 3 != 0) c = static_cast<char>(1 + random() % 255);
         return out;
     };
     std::map<std::string, std::string> model;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 300; ++i) {
         const std::string key = any_text(3);
         const std::string text = any_text(i % 16 == 0 ? 25000 : 20);
         model[key] = text;
@@ -81,8 +71,10 @@ TEST_F(StoreFile, RandomChangesMatchAMap) {
         if (i % 3 != 0) continue;
         reload();
         ASSERT_EQ(static_cast<size_t>(list_.iCount), model.size());
-        for (const auto& [k, v] : model)
+        for (auto& [k, v] : model) {
+            if (v[0] == '\n') v.erase(0, 1);
             ASSERT_EQ(value(k), v) << hex(k);
+        }
     }
 }
 
@@ -114,12 +106,10 @@ TEST_F(StoreFile, FixedCapacityThatIsTooSmallLeavesTheFile) {
 }
 
 TEST_F(StoreFile, AFolderInTheWayStays) {
-    const std::string backup = path_ + ".bak";
-    for (const std::string& folder : {path_, backup}) {
+    for (const std::string& folder : {path_, path_ + ".bak"}) {
         fs::create_directory(folder);
         put_file(folder + "/inside", "x");
-        reload();
-        EXPECT_EQ(fnSCFS_INI_Write(path(), &list_, "a", "1"), folder == backup);
+        EXPECT_EQ(fnSCFS_INI_Write(path(), &list_, "a", "1"), folder != path_);
         EXPECT_EQ(file_bytes(folder + "/inside"), "x");
         fs::remove_all(folder);
     }

@@ -4,74 +4,53 @@
 
 #include <mmskit/push.h>
 
-#include <cstdio>
-#include <memory>
 #include <string>
+#include <type_traits>
+
+#include "tests/support/bytes.h"
+#include "tests/support/guarded.h"
 
 namespace testing_support {
 
-using OwnedSi = std::unique_ptr<tPush_SiContent, decltype(&fnMMSPush_FreeSic)>;
-using OwnedSl = std::unique_ptr<tPush_SlContent, decltype(&fnMMSPush_FreeSlc)>;
-
 inline std::string facts(const tSCFS_DateTime& t) {
-    char out[128];
-    std::snprintf(out, sizeof out, "%u-%u-%u/%u:%u:%u/%u", t.iYear, t.iMonth, t.iDay, t.iHour,
-                  t.iMinute, t.iSecond, t.iWeek);
-    return out;
+    return print("%u-%u-%u/%u:%u:%u/%u", t.iYear, t.iMonth, t.iDay, t.iHour, t.iMinute, t.iSecond,
+                 t.iWeek);
 }
-
 inline std::string fact(const char* name, const std::string& value, const char* absent) {
     return value == absent ? "" : name + value + ' ';
 }
-inline std::string fact(const char* name, const char* text) {
-    return text == nullptr ? "" : fact(name, text, "\xFF");
+inline std::string facts(const tPush_SiContent& si) {
+    return fact("href=", text(si.pHref), "(null)") + fact("id=", text(si.pSiId), "(null)") +
+           fact("text=", text(si.pNotifyText), "(null)") +
+           fact("action=", std::to_string(si.bAction), "0") +
+           fact("created=", facts(si.tCreated), "0-0-0/0:0:0/0") +
+           fact("expires=", facts(si.tSiExpires), "0-0-0/0:0:0/0") + std::to_string(si.iCharset);
+}
+inline std::string facts(const tPush_SlContent& sl) {
+    return fact("href=", text(sl.pHref), "(null)") +
+           fact("action=", std::to_string(sl.bAction), "0") + std::to_string(sl.iCharset);
 }
 
-inline std::string facts(OwnedSi si) {
-    if (!si) return "null";
-    return fact("href=", si->pHref) + fact("id=", si->pSiId) + fact("text=", si->pNotifyText) +
-           fact("action=", std::to_string(si->bAction), "0") +
-           fact("created=", facts(si->tCreated), "0-0-0/0:0:0/0") +
-           fact("expires=", facts(si->tSiExpires), "0-0-0/0:0:0/0") + std::to_string(si->iCharset);
+// What a decoder makes of a document that ends at an unmapped page, a text with its terminator.
+template <auto decode, auto release, typename Byte>
+std::string decoded(const std::string& document) {
+    const size_t terminator = std::is_same_v<Byte, char> ? 1 : 0;
+    const Guarded guarded(std::string_view(document.c_str(), document.size() + terminator));
+    auto* record =
+        decode(reinterpret_cast<Byte*>(guarded.data()), static_cast<uint32_t>(document.size()));
+    const std::string out = record != nullptr ? facts(*record) : "null";
+    release(record);
+    return out;
 }
+constexpr auto decode_si = decoded<fnMMSPush_DecodeSic, fnMMSPush_FreeSic, const uint8_t>;
+constexpr auto decode_sl = decoded<fnMMSPush_DecodeSlc, fnMMSPush_FreeSlc, const uint8_t>;
+constexpr auto decode_xml_si = decoded<fnMMSPush_DecodeXmlSic, fnMMSPush_FreeSic, char>;
+constexpr auto decode_xml_sl = decoded<fnMMSPush_DecodeXmlSl, fnMMSPush_FreeSlc, char>;
 
-inline std::string facts(OwnedSl sl) {
-    if (!sl) return "null";
-    return fact("href=", sl->pHref) + fact("action=", std::to_string(sl->bAction), "0") +
-           std::to_string(sl->iCharset);
-}
-
-inline std::string decode_si(const void* data, size_t size) {
-    return facts(
-        OwnedSi(fnMMSPush_DecodeSic(static_cast<const uint8_t*>(data), static_cast<uint32_t>(size)),
-                fnMMSPush_FreeSic));
-}
-inline std::string decode_sl(const void* data, size_t size) {
-    return facts(
-        OwnedSl(fnMMSPush_DecodeSlc(static_cast<const uint8_t*>(data), static_cast<uint32_t>(size)),
-                fnMMSPush_FreeSlc));
-}
-// The textual decoders work in the text that they are given.
-inline std::string decode_xml_si(std::string text) {
-    const auto length = static_cast<uint32_t>(text.size());
-    return facts(OwnedSi(fnMMSPush_DecodeXmlSic(text.data(), length), fnMMSPush_FreeSic));
-}
-inline std::string decode_xml_sl(std::string text) {
-    const auto length = static_cast<uint32_t>(text.size());
-    return facts(OwnedSl(fnMMSPush_DecodeXmlSl(text.data(), length), fnMMSPush_FreeSlc));
-}
-
-// A document of tests/Push/ through an independent encoder; empty when that is not installed.
-inline std::string encode_independently(const std::string& name) {
-    const std::string command =
-        "xml2wbxml -o - '" MMSKIT_SOURCE_DIR "/tests/Push/" + name + ".xml' 2>/dev/null";
+inline std::string repeated(const std::string& piece, size_t count) {
     std::string out;
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-        char block[4096];
-        for (size_t n; (n = std::fread(block, 1, sizeof block, pipe)) != 0;)
-            out.append(block, n);
-        pclose(pipe);
-    }
+    while (count-- != 0)
+        out += piece;
     return out;
 }
 
