@@ -63,15 +63,6 @@ TEST(PushXmlText, comments_go_in_one_pass_as_they_go_one_by_one) {
     EXPECT_STREQ(many.c_str(), "x");
 }
 
-TEST(PushXmlText, character_dates) {
-    tSCFS_DateTime date = {1, 1, 1, 1, 1, 1, 9};
-    ParseCharTime("2011-05-17T10:20:30ZZ", &date);
-    EXPECT_EQ(facts(date), "1-1-1/1:1:1/9");
-    ParseCharTime("2011x05x17x10x20x30x", &date);
-    EXPECT_EQ(facts(date), "2011-5-17/10:20:30/9");
-    ParseCharTime("2011-05-17T10:20:30Z", nullptr);
-}
-
 TEST(PushXmlText, limits_let_the_last_through_and_stop_the_next) {
     using namespace mmskit::limits;
     std::string distinct;

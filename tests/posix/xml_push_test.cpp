@@ -73,7 +73,7 @@ TEST_F(PushXml, rules) {
         // rule, text, facts for service indication and loading
         {"all of it, but a date of another length",
          "<si><indication href='h' si-id='i' action='signal-none' created='2011-05-17' "
-         "si-expires='2011-05-17T10:20:30Z'>t</indication></si>",
+         "si-expires='2011x05x17x10x20x30x'>t</indication></si>",
          "href=h id=i text=t action=5 expires=2011-5-17/10:20:30/0 166"},
         {"textual_si_knows_signal_none_only", "<si><indication action='delete'/></si>", "166"},
         {"text joined over entities",

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <mmskit/storage.h>
 
-#include <algorithm>
 #include <ctime>
 #include <string>
 #include <tuple>
@@ -110,13 +109,6 @@ TEST(Clock, clock_fields_stay_raw) {
     std::tm tm = *std::localtime(&now);
     EXPECT_EQ(date.iYear * 12 + date.iMonth, static_cast<uint32_t>(tm.tm_year * 12 + tm.tm_mon));
     EXPECT_LE(static_cast<uint32_t>(GETTIMESECONDS()) - JULIANTOSECONDS(&date), 60U);
-}
-
-TEST(Random, FillsExactlyTheCount) {
-    uint8_t bytes[1002] = {};
-    GETRAND(bytes + 1, 1000);
-    EXPECT_EQ(bytes[0] + bytes[1001], 0);
-    EXPECT_LT(std::count(bytes, bytes + 1002, 0), 50);
 }
 
 }  // namespace

@@ -99,6 +99,9 @@ TEST_F(Services, StateAndLists) {
 
 TEST_F(Services, str_to_long_takes_any_character) {
     EXPECT_EQ(fnSCFS_StrToLong("4294967297-\xFF"), 277);
+    uint8_t random[100] = {};
+    GETRAND(random + 1, 98);
+    EXPECT_TRUE(random[0] + random[99] == 0 && random[1] + random[50] + random[98] != 0);
 }
 
 TEST_F(Services, UrlDecoding) {

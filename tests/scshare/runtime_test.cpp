@@ -61,6 +61,7 @@ TEST(Strings, Comparisons) {
         {"strnicmp_folds_only_b_to_y", strnicmp5, "zEBRY", "Zebry", 1},
         {"strnicmp_first_short", strnicmp5, "abcd", "abcd", -1},
         {"strnicmp_second_short", strnicmp5, "abcd\xE9", "abcd", 1},
+        {"strnicmp_signed", strnicmp5, "abcd\xE9", "abcde", -1},
         {"classic_folds_a_to_z", fnSCRTL_stricmp, "AZaz", "azAZ", 0},
         {"classic_unsigned_difference", fnSCRTL_stricmp, "\xE9", "A", 0xE9 - 'a'},
         {"classic_first_null", fnSCRTL_stricmp, nullptr, nullptr, -1},
