@@ -187,7 +187,7 @@ const char* BodySplitter::read_body() {
     if (!content_) return out_of_memory;
     tail_ = &content_->pMediaList;
     if (in_.byte() != content_type_field) return "body does not start with Content-Type";
-    const OwnedContentType type = read_content_type(in_);
+    const OwnedContentType type = read_content_type(in_, in_.remaining());
     if (!type) return out_of_memory;
     if (in_.at_end()) return nullptr;
     return is_type(type->pType, "text/plain") ? read_single_text(*type) : read_parts();
@@ -218,7 +218,7 @@ const char* BodySplitter::read_parts() {
 // is shorter, and the data then follows it.
 const char* BodySplitter::read_part(uint32_t headers_length, uint32_t data_length) {
     const uint64_t start = in_.position();
-    const OwnedContentType type = read_content_type(in_);
+    const OwnedContentType type = read_content_type(in_, headers_length);
     if (!type) return out_of_memory;
     const uint64_t type_length = in_.position() - start;
     const BoundedReader headers =

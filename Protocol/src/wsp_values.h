@@ -44,8 +44,10 @@ struct ContentTypeFree {
 };
 using OwnedContentType = Owned<tMMS_ContentType, ContentTypeFree>;
 
-// A whole Content-type field; the cursor ends after its total length. Null when memory is out.
-OwnedContentType read_content_type(BoundedReader& in);
+// A whole Content-type field; the cursor ends after its total length. Its values are read as far as
+// `enclosing` bytes from its start, or further if it declares more. Null when memory is out.
+inline constexpr uint64_t unenclosed = UINT64_MAX;
+OwnedContentType read_content_type(BoundedReader& in, uint64_t enclosing);
 
 // ---- Writing ------------------------------------------------------------------------------
 

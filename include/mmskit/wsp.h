@@ -117,10 +117,11 @@ uint8_t EncodeContentType(const char* type);
 /* Reads a Content-type field; *length is all its bytes. The short-integer and the text form move
  * the cursor. The general form does not: go on at the start of the field plus *length.
  *
- * In the general form nothing is read past the declared length: a text that has no NUL inside it
- * ends there. Charset, Name and "fwd" are kept, the last one of each; Type, Start and Start-info
- * are read over; any other parameter, and a charset whose length octet is 31 or above, ends the
- * reading of parameters. A length that does not fit is given as 0xFFFFFFFF. */
+ * In the general form the declared length decides where the parameters end; a media type or a value
+ * that began before is read whole, to its NUL. Charset, Name and "fwd" are kept, the last one of
+ * each; Type, Start and Start-info are read over; any other parameter, and a charset whose length
+ * octet is 31 or above, ends the reading of parameters. A length that does not fit is given as
+ * 0xFFFFFFFF. */
 tMMS_ContentType* GetContentType(const uint8_t** cursor, uint32_t* length);
 
 /* As GetContentType for a field that is known to be in the general form. */

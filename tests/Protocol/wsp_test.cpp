@@ -149,12 +149,13 @@ TEST(ContentType, fields_and_their_whole_length) {
     const std::tuple<const char*, const char*, const char*, uint32_t> cases[] = {
         {"short integer", "83", "text/plain ", 1},
         {"Type code, Start-info", "09 83 89 83 8B 'a' 00 85 'n' 00", "text/plain name=n ", 10},
-        {"charset that cannot be passed", "05 83 81 20 85 00", "text/plain charset=0 ", 6},
+        {"charset that cannot be passed", "05 83 81 1F 02 03 E8", "text/plain charset=1000 ", 6},
         {"the last name is kept", "08 'a' 00 85 7F C3 00 85 00", "a name= ", 9},
         {"an unknown parameter ends", "05 83 86 85 'n' 00", "text/plain ", 6},
         {"fwd no", "08 83 'fwd' 00 'No' 00", "text/plain fwd=0 66 77 64 00 4E 6F 00 ", 9},
         {"fwd of no known value", "07 83 'fwd=ok'", "text/plain fwd=0 66 77 64 3D ", 8},
-        {"a name longer than the field", "03 83 85 'abc' 00", "text/plain name=a ", 4},
+        {"a name longer than the field", "03 83 85 'abc' 00", "text/plain name=abc ", 4},
+        {"a type longer than the field", "00 9E 85 'a' 00", "image/jpeg ", 1},
     };
     for (const auto& [rule, notation, expected, size] : cases) {
         SCOPED_TRACE(rule);
