@@ -23,19 +23,20 @@ CPSAttachment* attachment_slot(int32_t index) {
     return index >= 0 && index < CPS_MAX_ATTACHMENTS ? tCPS_NewMessage.attachment[index] : nullptr;
 }
 
+// Copies before it vacates: what a host adds may be what stands in the slot.
 bool fill_attachment_slot(CPSAttachment& slot, const CPSAttachmentInfo& info) {
-    vacate(slot);
-    slot.iSize = info.iSize;
-    OwnedBytes data(static_cast<uint8_t*>(allocate(info.iSize)));
-    if (!data) return false;
-    if (info.iSize != 0) std::memcpy(data.get(), info.pData, info.iSize);
+    const uint32_t size = info.iSize;
+    OwnedBytes data(static_cast<uint8_t*>(allocate(size)));
+    if (data && size != 0) std::memcpy(data.get(), info.pData, size);
     OwnedText type(fnSC_MEMSTRCOPY(info.pType));
     OwnedText name(fnSC_MEMSTRCOPY(info.pName));
-    if (!type || !name) return false;
+    vacate(slot);
+    slot.iSize = size;
+    if (!data || !type || !name) return false;
     slot.pData = data.release();
     slot.Type = type.release();
     slot.Name = name.release();
-    tCPS_NewMessage.iTotalSize += info.iSize;
+    tCPS_NewMessage.iTotalSize += size;
     log_line("Attachment->Name is:%s", slot.Name);
     return true;
 }

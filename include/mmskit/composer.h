@@ -167,10 +167,14 @@ int32_t fnCPS_NewMms(void);
  *
  * CPS_IN_USE while the composer is open; CPS_BAD_ARGUMENT for a null body; CPS_NOT_A_MESSAGE for
  * one that cannot be read (a length below 1 included); CPS_BAD_INDEX when its layout broke off
- * after a slide; CPS_NO_MEMORY. After a failure the composer is closed and holds nothing. */
+ * after a slide; CPS_NO_MEMORY. Memory that is out while the message is laid out counts as one of
+ * the former two; CPS_NO_MEMORY is told while copying. After a failure the composer is closed and
+ * holds nothing but the colours, which fnCPS_Quit keeps too. The body must not lie in what the
+ * composer or the slide view holds: both are released first. */
 int32_t fnCPS_ReEditMms(const uint8_t* pdu, int32_t len);
 
-/* Frees all that the composition holds and closes the composer, whether it is open or not. */
+/* Frees all that the composition holds and closes the composer, whether it is open or not. The
+ * colours of a slide stay to be read until the composer is opened again. */
 void fnCPS_Quit(void);
 
 /* Back to one empty slide without attachments, the composer staying as open as it is. The colours

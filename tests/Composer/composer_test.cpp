@@ -149,6 +149,9 @@ TEST_F(Composer, slot_advances_past_the_count) {
         EXPECT_EQ(slots(), before);
         attach({"data", "x/y", "N"});
         EXPECT_EQ(slots(), after);
+        CPSAttachmentInfo own = {};  // what stands in a slot may itself be added there
+        fnCPS_GetAttachment(&own, fnCPS_GetTotalAttachments());
+        EXPECT_EQ(fnCPS_AddAttachment(&own) == CPS_OK, own.pData != nullptr);
         const auto filled = std::ranges::count_if(slots(), [](int ch) { return std::isalpha(ch); });
         EXPECT_EQ(fnCPS_GetTotalSize(), 4 * filled);
     }
