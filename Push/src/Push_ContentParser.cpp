@@ -282,7 +282,7 @@ using namespace mmskit;
 extern "C" {
 
 tPush_SiContent* fnMMSPush_DecodeSic(const uint8_t* pData, uint32_t iLen) {
-    if (iLen == 0) return nullptr;
+    if (pData == nullptr || iLen == 0) return nullptr;
     Document doc{BoundedReader(pData, iLen), iLen, 0, {}};
     if (!read_header(doc, TableLength::measured_for_utf8)) return nullptr;
     si::Record record(new_record<tPush_SiContent>());
@@ -300,7 +300,7 @@ void fnMMSPush_FreeSic(tPush_SiContent* pSi) {
 }
 
 tPush_SlContent* fnMMSPush_DecodeSlc(const uint8_t* pData, uint32_t iLen) {
-    if (iLen == 0) return nullptr;
+    if (pData == nullptr || iLen == 0) return nullptr;
     Document doc{BoundedReader(pData, iLen), iLen, 0, {}};
     if (!read_header(doc, TableLength::declared)) return nullptr;
     sl::Record record(new_record<tPush_SlContent>());

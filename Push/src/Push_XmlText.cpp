@@ -39,9 +39,11 @@ class MarkupCount {
     explicit MarkupCount(const char* text) : at_(text) {}
 
     bool within_limits() {
-        while ((at_ = std::strchr(at_, '<')) != nullptr) {
+        while ((at_ = std::strpbrk(at_, "<&")) != nullptr) {
             if (++markup_ > limits::push_xml_markup) return false;
-            if (starts_with(at_, "<![CDATA[")) {
+            if (*at_ == '&') {
+                ++at_;
+            } else if (starts_with(at_, "<![CDATA[")) {
                 skip_through("]]>");
             } else if (starts_with(at_, "<?")) {
                 skip_through("?>");
@@ -72,7 +74,8 @@ class MarkupCount {
             } else if (*at_ == '"' || *at_ == '\'') {
                 const char* close = std::strchr(at_ + 1, *at_);
                 if (close == nullptr) return true;  // not closed: malformed, ">" is found next
-                at_ = close;
+                for (; at_ != close; ++at_)
+                    if (*at_ == '&' && ++markup_ > limits::push_xml_markup) return false;
             }
         }
         attributes_ += own;
@@ -138,7 +141,7 @@ uint32_t getXmlEncodingCharset(char* pText, int32_t iLen, uint32_t* pLeft) {
 int32_t removeXmlUnusedTag(char* pText, const char* pOpen, const char* pClose, int32_t iLen) {
     if (pText == nullptr || pOpen == nullptr || pClose == nullptr) return iLen;
     char* open = std::strstr(pText, pOpen);
-    if (open == nullptr || *open == '\0') return iLen;
+    if (open == nullptr || *open == '\0' || *pClose == '\0') return iLen;
     const char* close = std::strstr(open + 1, pClose);
     if (close == nullptr) return iLen;
     // QUIRK span_ends_at_first_close: a comment that holds a ">" ends there, and so does a document

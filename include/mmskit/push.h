@@ -45,7 +45,7 @@ typedef struct tPush_SlContent {
  * `info`, inline text, references to the string table (the operand is the ordinal number of a
  * string in the table, and counts when no text came before), all attribute starts, and the suffixes
  * .com/ .edu/ .net/ .org/ after an inline string when another follows it. Anything else gives null.
- * The version, the public identifier and the root tag are read over. */
+ * The version, the public identifier and the root tag are read over. Null for null too. */
 tPush_SiContent* fnMMSPush_DecodeSic(const uint8_t* pData, uint32_t iLen);
 
 /* Null is ignored. */
@@ -68,10 +68,11 @@ void fnMMSPush_FreeSlc(tPush_SlContent* pSl);
  * result is always null. The file is deleted again, except after a text in which the parser finds
  * no root element, and after a service loading text that is malformed or whose root has content.
  *
- * Null for malformed text, for one that still holds a document type or entity declaration, and for
- * one beyond the limits: 256 KB, 4096 pieces of markup, 4096 attributes (64 in one element) and 32
- * levels. No entity is ever fetched. Instructions before the root element are read over. Attribute
- * values and text come out as UTF-8.
+ * Null for null, for malformed text, for one that still holds a document type or entity
+ * declaration, and for one beyond the limits: 256 KB, 4096 pieces of markup and references, 4096
+ * attributes (64 in one element) and 32 levels. No entity is ever fetched. Instructions before the
+ * root element are read over, and what stands after it is not looked at. Attribute values and text
+ * come out as UTF-8.
  *
  * Of the actions only signal-none and execute-low are recognized; others leave bAction at 0. A date
  * counts when it is 20 characters long, as 2011-05-17T10:20:30Z. The text of an indication is taken

@@ -77,6 +77,7 @@ TEST(PushXmlText, limits_let_the_last_through_and_stop_the_next) {
         {"depth", repeated("<a>", push_xml_depth - 1) + "<b/><b/></a><a><a>", "<a>"},
         {"markup", repeated("<a/>", push_xml_markup - 2) + "<![CDATA[<a><a>]]><?x <a><a>?>",
          "<a/>"},
+        {"references", repeated("&x;", push_xml_markup - 1) + "<a b='", "&x;'/>"},
         {"attributes", repeated("<a" + distinct + "/>", full), "<a b=''/>"},
         {"attributes of an element", "<a" + distinct, " b=''/>"},
     };

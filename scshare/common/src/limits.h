@@ -12,7 +12,7 @@ inline constexpr int32_t drm_header_scan = 4096;  // bytes
 
 // Text and names copied onto slides: a part may be referred to any number of times and each
 // reference gets a copy. The sum of all copies of one message is bounded by this many bytes plus
-// slide_copy_factor times the message's length; beyond it a copy fails like one out of memory.
+// slide_copy_factor times the message's length; beyond it nothing more is copied.
 inline constexpr uint64_t slide_copy_base = 1U << 20;
 inline constexpr uint64_t slide_copy_factor = 8;
 
@@ -46,7 +46,7 @@ inline constexpr uint32_t generated_name = 129;  // bytes
 // searches elements and attributes by walking lists, so these bound its stack and its time.
 inline constexpr uint32_t push_xml_text = 256U << 10;  // bytes
 inline constexpr uint32_t push_xml_depth = 32;         // levels; a document has 3
-inline constexpr uint32_t push_xml_markup = 4096;      // tags, instructions, CDATA sections
+inline constexpr uint32_t push_xml_markup = 4096;  // tags, instructions, CDATA sections, references
 inline constexpr uint32_t push_xml_attributes = 4096;
 inline constexpr uint32_t push_xml_element_attributes = 64;  // an indication has 5
 
