@@ -190,7 +190,8 @@ int32_t fnSCFS_Write_Buffer_To_File(const char* name, tSCFS_FileBuffer* buffer);
 int32_t fnSCFS_Append_Buffer_To_File(const char* name, tSCFS_FileBuffer* buffer);
 
 /* Reads a whole file into the buffer's area, whose size iLimit tells (fnSCFS_Init_Buffer sets it):
- * iPosition becomes -1 and iLimit the last byte read. 0, the members as they were, when the file
+ * iPosition becomes -1 and iLimit the last byte read, so the area is named anew by
+ * fnSCFS_Init_Buffer before it is loaded again. 0, the members as they were, when the file
  * does not fit or cannot be read whole. Handset: 0. */
 int32_t fnSCFS_Load_File_To_Buffer(const char* name, tSCFS_FileBuffer* buffer);
 
@@ -256,8 +257,8 @@ int32_t fnSCFS_INI_WriteRAM(tSCList* list, const char* key, const char* value);
  * list keeps the change. */
 int32_t fnSCFS_INI_Write(const char* file, tSCList* list, const char* key, const char* value);
 
-/* Saves the list as record files are saved, in its order. 1 when it is on disk, else 0. Handset:
- * 0, after telling the host. */
+/* Saves the list as record files are saved, in its order and whole, whatever its size. 1 when it is
+ * on disk, else 0. Handset: 0, after telling the host. */
 int32_t fnSCFS_Write_INI_To_File(const char* file, tSCList* list);
 
 /* ---- Files ----------------------------------------------------------------------------- */

@@ -82,10 +82,14 @@ TEST_F(StoreFile, FixedCapacityThatIsTooSmallLeavesTheFile) {
     const tSCFS_RecordWriter write = [](tSCFS_FileBuffer* buffer, void* record) {
         fnSCFS_Buffer_WriteLine(buffer, static_cast<const char*>(record), 3);
     };
+    static tSCList texts;
     const tSCFS_RecordReader read = [](tSCFS_FileBuffer* buffer) -> void* {
-        return fnSCFS_Buffer_ReadString(buffer);
+        char* text = fnSCFS_Buffer_ReadString(buffer);
+        if (texts.iCount != 1) return text;
+        EXPECT_STREQ(static_cast<char*>(texts.pTail->pData), "one") << "the reader may look";
+        fnSCList_AddTail(&texts, text);  // or add itself
+        return nullptr;
     };
-    tSCList texts{};
     for (const char* each : {"one", "two"})
         fnSCList_AddTail(&texts, const_cast<char*>(each));
     EXPECT_EQ(fnSCFS_Save_List_To_FileEx(path(), &texts, write, 10), 1);

@@ -84,15 +84,29 @@ bool store_buffer(const char* name, const tSCFS_FileBuffer* buffer, StoreBytes s
     return false;
 }
 
-// A record's node is made before the record, so that no record is without one when memory is out.
-// A reader that consumes nothing would be called for ever: it ends the list.
+// Moves the only node of `from` to the end of `list`.
+void append_node(tSCList& list, tSCList& from) {
+    tSCListNode* node = std::exchange(from, {}).pHead;
+    node->pPrev = list.pTail;
+    (list.pTail != nullptr ? list.pTail->pNext : list.pHead) = node;
+    list.pTail = node;
+    ++list.iCount;
+}
+
+// A record's node is made before the record, so that no record is without one when memory is out,
+// and beside the list, at which the reader may look or to which it may add. A reader that consumes
+// nothing would be called for ever: it ends the list.
 bool read_records(tSCFS_FileBuffer& buffer, tSCList* list, tSCFS_RecordReader reader) {
     while (fnSCFS_Buffer_IsEnd(&buffer) == 0) {
-        tSCListNode* node = fnSCList_AddTail(list, list);
-        if (node == nullptr) return false;
+        tSCList next{};
+        if (fnSCList_AddTail(&next, &next) == nullptr) return false;
         const int32_t before = buffer.iPosition;
-        node->pData = reader(&buffer);
-        if (node->pData == nullptr) fnSCList_RemoveTail(list);
+        next.pHead->pData = reader(&buffer);
+        if (next.pHead->pData != nullptr) {
+            append_node(*list, next);
+        } else {
+            fnSCList_RemoveTail(&next);
+        }
         if (buffer.iPosition <= before) return false;
     }
     return true;
