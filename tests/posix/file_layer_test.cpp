@@ -57,6 +57,10 @@ TEST_F(FileLayer, Files) {
     EXPECT_EQ(fnSCFS_AppendToFile("new", 3, a.c_str()), 3) << "a missing file counts as empty";
     EXPECT_EQ(fnSCFS_CopyFile(b.c_str(), a.c_str()), 1);
     EXPECT_EQ(file_bytes(a), large);
+    fs::remove(b);
+    fs::create_hard_link(a, b);
+    EXPECT_EQ(fnSCFS_MoveFile(b.c_str(), a.c_str()) + fnSCFS_MoveFile(a.c_str(), a.c_str()), 2);
+    EXPECT_EQ(fs::exists(a) + 2 * fs::exists(b), 1) << "of two names of one file the target stays";
     EXPECT_EQ(fnSCFS_DeleteFile(b.c_str()) + fnSCFS_DeleteFile(b.c_str()), 2);
     EXPECT_EQ(entries(folder_), 2);
 }

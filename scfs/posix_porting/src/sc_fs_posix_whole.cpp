@@ -3,6 +3,7 @@
 // whatever breaks. The temporary's name is fixed: what a killed run left is replaced by the next.
 #include <climits>
 #include <cstdio>
+#include <cstring>
 
 #include "posix_file.h"
 #include "scfs/common/src/scfs_internal.h"
@@ -80,6 +81,28 @@ bool nothing_there() {
     return errno == ENOENT || errno == ENOTDIR;
 }
 
+bool same_file(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+bool same_entry(const Place& a, const Place& b) {
+    struct stat folder_a {};
+    struct stat folder_b {};
+    return std::strcmp(a.name(), b.name()) == 0 && ::fstat(a.folder(), &folder_a) == 0 &&
+           ::fstat(b.folder(), &folder_b) == 0 && same_file(folder_a, folder_b);
+}
+
+// Two names of one file: renaming one to the other does nothing and succeeds, and leaves both.
+bool drop_second_name(const Place& from, const Place& to) {
+    struct stat source {};
+    struct stat target {};
+    if (::fstatat(from.folder(), from.name(), &source, AT_SYMLINK_NOFOLLOW) != 0 ||
+        ::fstatat(to.folder(), to.name(), &target, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !same_file(source, target) || same_entry(from, to))
+        return true;
+    return ::unlinkat(from.folder(), from.name(), 0) == 0;
+}
+
 }  // namespace
 }  // namespace mmskit
 
@@ -126,7 +149,7 @@ int32_t fnSCFS_MoveFile(const char* source, const char* target) {
     const mmskit::Place to(target);
     if (!from.found() || !to.found()) return 0;
     if (::renameat(from.folder(), from.name(), to.folder(), to.name()) == 0)
-        return to.sync() && from.sync() ? 1 : 0;
+        return mmskit::drop_second_name(from, to) && to.sync() && from.sync() ? 1 : 0;
     if (errno != EXDEV || fnSCFS_CopyFile(source, target) == 0) return 0;
     return fnSCFS_DeleteFile(source);
 }
