@@ -31,18 +31,22 @@ char* copy_within_budget(const char* text) {
     return spend_copy(static_cast<uint64_t>(size) + 1) ? copy_text(text, size) : nullptr;
 }
 
-// The part's text in UTF-8 where its character set is known, else its bytes; null for failure.
-char* copy_part_text(const tMMS_MediaData& part) {
+// The part's text in UTF-8 where its character set is known, else its bytes. Only a conversion that
+// fails is a failure; bytes that cannot be copied, for want of memory or budget, leave no text.
+[[nodiscard]] bool copy_part_text(const tMMS_MediaData& part, OwnedText& text) {
     const uint64_t source = uint64_t{part.iDataLen} + 1;
-    if (source > copy_room()) return nullptr;
-    if (part.bHasCharset != 1)
-        return spend_copy(source) ? copy_text(part.pData, part.iDataLen) : nullptr;
+    if (source > copy_room()) return true;
+    if (part.bHasCharset != 1) {
+        if (spend_copy(source)) text.reset(copy_text(part.pData, part.iDataLen));
+        return true;
+    }
     uint32_t length = part.iDataLen;
-    OwnedText text(
+    text.reset(
         fnCharSet_DecodeString2Local(static_cast<int32_t>(part.iCharset), part.pData, &length));
-    if (!text) return nullptr;
+    if (!text) return false;
     const uint64_t result = static_cast<uint64_t>(std::strlen(text.get())) + 1;
-    return spend_copy(result > source ? result : source) ? text.release() : nullptr;
+    if (!spend_copy(result > source ? result : source)) text.reset();
+    return true;
 }
 
 // A message without parts fails every look-up, which is not the same as a name that is not found.
@@ -122,10 +126,9 @@ int32_t SmilGetTextDataById(tSMIL_Text* el, const char* id) {
     if (!can_look_up(el, id)) return 0;
     const tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
     if (part == nullptr || part->pData == nullptr) return 1;
-    char* text = copy_part_text(*part);
-    // Only a conversion that fails is told; plain bytes that cannot be copied leave no text.
-    if (text == nullptr) return part->bHasCharset == 1 ? 0 : 1;
-    replace_owned(el->Data, text);
+    OwnedText text;
+    if (!copy_part_text(*part, text)) return 0;
+    if (text) replace_owned(el->Data, text.release());
     return 1;
 }
 

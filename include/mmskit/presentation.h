@@ -122,8 +122,8 @@ extern const char* const SmilAttribute[16];
 
 /* ---- Output records -------------------------------------------------------------------- */
 
-/* Pointers are borrowed from the view and the message. End is always behind Begin: see the
- * getters. */
+/* Pointers are borrowed from the view and the message. End is behind Begin, or equal to it at the
+ * limit of int32: see the getters. */
 
 typedef struct tPAR_Text {
     int32_t Left, Top, Width, Height;
@@ -176,8 +176,10 @@ typedef struct tPAR_Attachment {
  * names a part by location, name or content id, or as "cid:" and its content id, ignoring case;
  * a byte of the reference that is no letter agrees with any byte. Parts of equal names are handed
  * out in turn; a reference to no part leaves its element out. When the document is broken (also
- * when its text holds a NUL, or when memory is out inside it) the message has no slides and its
- * parts are attachments; a part that the document had placed before it broke appears nowhere.
+ * when its text holds a NUL, a `src` is empty or names a text that cannot be converted, or memory
+ * is out for a tag, a slide, an element or a text) the message has no slides and its parts are
+ * attachments; a part that the document had placed before it broke appears nowhere. Memory that is
+ * out for a region, a type or a name leaves only that out.
  *
  * Without a SMIL part: slides of 20000 ms, each with the next text (160 by 30), image (160 by 170,
  * 0 to 5000 ms) and audio (0 to 5000 ms) that wait, a video only where no image and no audio
@@ -186,13 +188,12 @@ typedef struct tPAR_Attachment {
  * becomes an attachment.
  *
  * Result 0: a null `pdu`, a length below 1 or a body that does not decode (the view is empty);
- * without SMIL, a part that has no content type; an attachment that has neither name nor type; out
- * of memory in the layout (what was built stays until fnPAR_SmilFree). When it succeeds the last
- * slide is current: call fnPAR_InitCurPar.
+ * without SMIL, a part that has no content type or a text that cannot be converted; an attachment
+ * that has neither name nor type; out of memory in the layout. What was built then stays until
+ * fnPAR_SmilFree. When it succeeds the last slide is current: call fnPAR_InitCurPar.
  *
  * Limits, above any real message: the texts, types and names copied onto slides may sum to 1 MiB
- * and 8 times `length`; a copy beyond that fails like one out of memory: a type or name
- * is null, a text without a declared character set is left out, any other text breaks the document.
+ * and 8 times `length`; beyond that a type or name is null and a text is left out.
  * Looking up references costs at most 2^24 steps (a part that is looked at counts 1, and 1 more
  * for every 32 bytes of the reference); a reference beyond that names no part. */
 int32_t fnPAR_SmilParserEntry(const uint8_t* pdu, int32_t length);
@@ -243,6 +244,7 @@ int32_t fnPAR_GetCurParImg(tPAR_Image* out);
 int32_t fnPAR_GetCurParAudio(tPAR_Audio* out);
 int32_t fnPAR_GetCurParVideo(tPAR_Video* out);
 
+/* The number of attachments; 0 when no message is held. */
 int32_t fnPAR_GetTotalAttachments(void);
 
 /* The name of attachment `index`, counted from 0 in message order; null when there is no such

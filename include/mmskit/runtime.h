@@ -230,7 +230,8 @@ tSCListNode* fnSCList_AddBefore(tSCList* list, tSCListNode* node, void* data);
 tSCListNode* fnSCList_AddAfter(tSCList* list, tSCListNode* node, void* data);
 
 /* Removes and frees a node, not its datum. The node is looked for from the head: one that is not
- * in this list changes nothing. Removing the head takes no walk. */
+ * in this list, null too, changes nothing, nor does a null list. Removing the head takes no walk.
+ */
 void fnSCList_Remove(tSCList* list, tSCListNode* node);
 
 /* Remove the first or the last node and return its datum, which the caller now keeps; null when
@@ -239,7 +240,8 @@ void* fnSCList_RemoveFront(tSCList* list);
 void* fnSCList_RemoveTail(tSCList* list);
 
 /* Remove all nodes from the front on and call `free` for each datum that is not null, its node
- * being gone already; a null `free` drops the data. The second hands `word` on. */
+ * being gone already; a null `free` drops the data. The second hands `word` on. A null list is
+ * ignored. */
 void fnSCList_Clear(tSCList* list, tSCListFreeFunc free);
 void fnSCList_Clear_ByType(tSCList* list, tSCListFreeTypeFunc free, uint32_t word);
 
@@ -256,10 +258,11 @@ tSCListNode* fnSCList_Find_ByNum(const tSCList* list, int32_t index);
 /* Exchanges the data of two nodes; nothing for a null one. */
 void fnSCList_Swap(tSCListNode* a, tSCListNode* b);
 
-/* Puts `node` right before `before`, or at the end when that is null. The node stays valid. */
+/* Puts `node` right before `before`, or at the end when that is null. The node stays valid. Nothing
+ * for a null list or node. */
 void fnSCList_Move(tSCList* list, tSCListNode* node, tSCListNode* before);
 
-/* Reverses the order of the nodes in place. Returns `list`. */
+/* Reverses the order of the nodes in place. Returns `list`, null too. */
 tSCList* fnSCList_Reverse(tSCList* list);
 
 /* Sorts ascending; equal data keep their order. The data move and the nodes stay, so an iterator
@@ -269,12 +272,14 @@ tSCList* fnSCList_Reverse(tSCList* list);
 tSCList* fnSCList_Sort(tSCList* list, tSCListCompareFunc compare);
 
 /* For a list of AT MOST ONE node whose datum is a block of this library: frees the datum and the
- * node and leaves the list empty. Further nodes are lost; use fnSCList_Clear for any other list. */
+ * node and leaves the list empty. Further nodes are lost; use fnSCList_Clear for any other list.
+ * Null and an empty list are left as they are. */
 void fnSCList_Free(tSCList* list);
 
 /* ---- Log sink -------------------------------------------------------------------------- */
 
-/* Receives one line for developers, without a line end; `line` is valid during the call only. */
+/* Receives one line for developers, which may hold line ends of a message's text; `line` is valid
+ * during the call only. A sink must not call the library. */
 typedef void (*tSCLogSink)(const char* line, void* context);
 
 /* Sets where log lines go, with a `context` that is handed on as it is; null turns them off, which
