@@ -3,7 +3,6 @@
 // the editing calls do what they should in any sequence is the random walk's to show.
 #include <algorithm>
 #include <cctype>
-#include <cstddef>
 #include <cstring>
 #include <string>
 
@@ -14,13 +13,6 @@
 namespace {
 
 using namespace testing_support;
-
-// The binary interface on LP64, with members before which an order is special or padding lies.
-static_assert(sizeof(void*) != 8 ||
-              (sizeof(CPSSlideStruct) == 216 && offsetof(CPSSlideStruct, iImageSize) == 32 &&
-               offsetof(CPSSlideStruct, iAudioSize) == 112 && sizeof(CPSNewMessage) == 264 &&
-               sizeof(CPSAttachment) == 32 && sizeof(CPSMediaInfo) == 56 &&
-               sizeof(CPSAudioInfo) == 40 && sizeof(CPSTextInfo) == 40));
 
 std::string smil() {
     const mmskit::OwnedText smil_text(CPSCreateSmil());

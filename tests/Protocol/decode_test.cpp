@@ -190,31 +190,9 @@ TEST(Decode, joining_recipients_is_linear) {
     EXPECT_LT(mmskit::counted_allocations(), 2 * count + 64);
 }
 
-using Offsets = std::vector<size_t>;
-
-// The offsets of members that no test reads by offset or sets in their order.
-template <typename Record, typename... Members>
-Offsets offsets_of(Members Record::*... members) {
-    const Record record{};
-    const auto* start = reinterpret_cast<const char*>(&record);
-    return {static_cast<size_t>(reinterpret_cast<const char*>(&(record.*members)) - start)...};
-}
-
-TEST(Records, binary_interface_is_kept) {
-    using M = tMMS_MediaData;
-    EXPECT_EQ(offsets_of(&M::pContentLocation, &M::pContentId, &M::pName, &M::pData, &M::iDataLen,
-                         &M::iCharset, &M::bHasCharset, &M::bHasFwd, &M::bFwd, &M::pFwdParam,
-                         &M::iFwdParamLen, &M::pContentType, &M::pNext, &M::IsSmil,
-                         &M::bDrmSeparate, &M::iDrmInfo1, &M::iDrmInfo2),
-              (Offsets{0, 8, 16, 24, 32, 36, 40, 41, 42, 48, 56, 64, 72, 80, 84, 88, 92}));
-    using R = tMMS_NotifyRespInd;
-    EXPECT_EQ(offsets_of(&R::bStatus, &R::bReportAllowed), (Offsets{2, 3}));
-    EXPECT_EQ(offsets_of(&tMMS_AcknowledgeInd::bReportAllowed), Offsets{2});
-}
-
 struct Kind {
     size_t size;
-    Offsets owned;
+    std::vector<size_t> owned;                         // offsets of the pointers
     std::vector<std::pair<size_t, uint8_t>> defaults;  // the bytes of a new record that are not 0
 };
 const Kind kinds[] = {
