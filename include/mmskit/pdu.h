@@ -286,10 +286,16 @@ typedef struct tMMS_ContentUnion {
 /* Splits a body that starts with its Content-Type header (0x84), as pBody of a received message
  * does. The union's data points into `body`, which must stay unchanged until the union is freed.
  *
- * A text/plain body is one part; every other type is read as multipart. Of several
- * application/smil parts the last wins. A part without data is dropped. A part whose declared
- * lengths run past the end is kept with the data that is there, and is the last. A part without
- * a location gets a copy of its name; a text/plain part without either gets both:
+ * A body that ends with its content type gives an empty union. A text/plain body is one part, whose
+ * "fwd" is not read; every other type is read as multipart. Of several application/smil parts the
+ * last wins, without data too: pData must not be read when iDataLen is 0. Any other part without
+ * data is dropped. A part whose declared lengths run past the end is kept with the data that is
+ * there, and is the last.
+ *
+ * Of a part's headers Content-Location and Content-ID are kept, the last one of each, and
+ * Content-Disposition is read over; any other header ends them. The quote octet before a location
+ * and the double quote before an id are dropped. A part without a location gets a copy of its name;
+ * a text/plain part without either gets both:
  * "MMS_Text00%d.txt" with the number of parts kept before it, or "MMS_Text0000.txt" when the text
  * is the whole body. Such a name lies in a block of 129 bytes, to be overwritten in place if the
  * host likes.
