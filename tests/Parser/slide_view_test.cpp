@@ -9,6 +9,7 @@
 
 #include "Parser/src/smil_internal.h"
 #include "fuzz/walk.h"
+#include "scshare/common/src/limits.h"
 #include "tests/support/bytes.h"
 #include "tests/support/faults.h"
 #include "tests/support/guarded.h"
@@ -351,6 +352,22 @@ TEST(SlideView, EveryAllocationMayFail) {
 }
 TEST(SlideView, DamagedMessagesAreShownSafely) {
     damage_each_byte(placed, fuzz::walk_body);
+}
+
+TEST(SlideView, TextsBeyondTheCopyLimitAreLeftOut) {
+    const std::string large(200000, 'x');
+    std::string pars, expected;
+    for (int i = 0; i < 20; ++i) {
+        pars += "<par><text src='t'/><img src='i'/></par>";
+        expected += i < 13 ? "{0 '" + large + "' i i=1} " : "{0 i i=1} ";
+    }
+    const std::vector<std::string> parts{smil(pars), plain("t", large),
+                                         media("image/gif", "i", "1")};
+    namespace limits = mmskit::limits;
+    ASSERT_EQ((limits::slide_copy_base + limits::slide_copy_factor * body_of(parts).size()) /
+                  (large.size() + 1),
+              13);
+    EXPECT_TRUE(seen(parts) + " " == expected);
 }
 
 TEST(SlideView, TenThousandOfEverythingAndAMegabyteOfAttributes) {

@@ -40,7 +40,8 @@ TEST(PushWbxml, si_content_rules) {
         {"a table longer than the document", "04 7F 00 45", "null"},
     };
     expect_all("02 05", decode_si, cases);
-    EXPECT_EQ(fnMMSPush_DecodeSic(nullptr, 0), nullptr);
+    EXPECT_EQ(fnMMSPush_DecodeSic(nullptr, 9), nullptr);
+    EXPECT_EQ(fnMMSPush_DecodeSlc(nullptr, 9), nullptr);
 }
 
 TEST(PushWbxml, si_attribute_rules) {
