@@ -7,14 +7,14 @@
 #include <utility>
 
 #include "Protocol/src/MMSProl_Error.h"
+#include "Protocol/src/field_codes.h"
 #include "Protocol/src/wsp_values.h"
 #include "scshare/common/src/limits.h"
 
 namespace mmskit {
 namespace {
 
-constexpr uint8_t content_type_field = 0x84;  // as an MMS header field
-constexpr uint8_t content_location = 0x8E;    // these as headers of a part
+constexpr uint8_t content_location = 0x8E;  // these as headers of a part
 constexpr uint8_t content_id = 0xC0;
 constexpr uint8_t content_disposition_1_1 = 0xAE;
 constexpr uint8_t content_disposition = 0xC5;
@@ -186,8 +186,8 @@ const char* BodySplitter::read_body() {
     content_.reset(new_record<tMMS_ContentUnion>());
     if (!content_) return out_of_memory;
     tail_ = &content_->pMediaList;
-    if (in_.byte() != content_type_field) return "body does not start with Content-Type";
-    const OwnedContentType type = read_content_type(in_, in_.remaining());
+    if (in_.byte() != field::content_type) return "body does not start with Content-Type";
+    const OwnedContentType type = read_content_type(in_);
     if (!type) return out_of_memory;
     if (in_.at_end()) return nullptr;
     return is_type(type->pType, "text/plain") ? read_single_text(*type) : read_parts();
@@ -218,7 +218,7 @@ const char* BodySplitter::read_parts() {
 // is shorter, and the data then follows it.
 const char* BodySplitter::read_part(uint32_t headers_length, uint32_t data_length) {
     const uint64_t start = in_.position();
-    const OwnedContentType type = read_content_type(in_, headers_length);
+    const OwnedContentType type = read_content_type(in_, start + headers_length);
     if (!type) return out_of_memory;
     const uint64_t type_length = in_.position() - start;
     const BoundedReader headers =
@@ -272,5 +272,7 @@ extern "C" void fnMMS_FreeContentUnion(tMMS_ContentUnion* content) {
 
 extern "C" int32_t fnMMS_EmptyMMS(const uint8_t* body) {
     if (body == nullptr) return 1;
-    return body[0] == mmskit::content_type_field && body[1] == 0xA3 && body[2] == 0x00 ? 1 : 0;
+    using namespace mmskit;
+    const bool empty = body[0] == field::content_type && body[1] == multipart_mixed && body[2] == 0;
+    return empty ? 1 : 0;
 }

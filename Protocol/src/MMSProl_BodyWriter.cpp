@@ -6,24 +6,21 @@
 #include <cstring>
 
 #include "Protocol/src/MMSProl_Encode.h"
+#include "Protocol/src/field_codes.h"
 
 namespace mmskit {
 namespace {
 
-constexpr uint8_t content_type_field = 0x84;  // as an MMS header field
-constexpr uint8_t content_location = 0x8E;    // these as headers of a part
+constexpr uint8_t content_location = 0x8E;  // these as headers of a part
 constexpr uint8_t content_id = 0xC0;
 constexpr uint8_t quoted_string = 0x22;  // WAP-230 8.4.2.1: there is no closing quote
-
-constexpr uint8_t multipart_mixed = 0xA3;
-constexpr uint8_t multipart_related = 0xB3;
 
 constexpr uint8_t parameter_charset = 0x81;  // WAP-230 table 38, encoding version 1.1
 constexpr uint8_t parameter_name = 0x85;
 constexpr uint8_t parameter_type = 0x89;
 constexpr uint8_t parameter_start = 0x8A;
 
-constexpr uint8_t empty_body[] = {content_type_field, multipart_mixed, 0};
+constexpr uint8_t empty_body[] = {field::content_type, multipart_mixed, 0};
 constexpr uint64_t empty_body_block = 4;
 
 constexpr char start_id[] = "<AAAA>";
@@ -101,7 +98,7 @@ void write_media_entry(PduWriter& out, const tMMS_MediaData& media) {
 }
 
 void write_body_type(PduWriter& out, const tMMS_SmilPart* smil) {
-    out.byte(content_type_field);
+    out.byte(field::content_type);
     if (smil == nullptr) {
         out.byte(multipart_mixed);
         return;

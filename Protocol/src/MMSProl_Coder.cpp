@@ -35,7 +35,7 @@ char* read_text_at(const uint8_t** cursor, uint16_t* length, Read read) {
 
 OwnedContentType content_type_at(const uint8_t* field, uint32_t* length) {
     BoundedReader in = BoundedReader::unbounded(field);
-    OwnedContentType type = read_content_type(in, mmskit::unenclosed);
+    OwnedContentType type = read_content_type(in);
     if (type && length != nullptr)
         *length = in.position() > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(in.position());
     return type;

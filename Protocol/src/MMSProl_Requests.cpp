@@ -12,7 +12,6 @@ namespace mmskit {
 namespace {
 
 constexpr uint8_t class_auto = 0x83;
-constexpr uint8_t multipart_mixed = 0xA3;
 constexpr uint8_t address_present = 0x80;
 constexpr uint8_t insert_address = 0x81;
 constexpr uint8_t time_absolute = 0x80;

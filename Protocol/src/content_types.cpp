@@ -1,7 +1,6 @@
 // Content types (WAP-230 8.4.2.24): the well-known media types by their assigned numbers, and the
 // Content-type field in its three forms: a short integer, a text, and the general form with
-// parameters. The general form is read through a reader of its declared length, so that neither
-// the media type nor a parameter reaches past the field.
+// parameters.
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -212,20 +211,15 @@ Step read_parameter(BoundedReader& in, tMMS_ContentType& type) {
 // the field end; a value that began before is read whole, as far as what encloses the field
 // reaches, so that all the parts of a body cost no more than their headers. What is not there reads
 // as zeros, and a zero is no parameter, so the loop ends with the input at the latest.
-bool read_general_form(BoundedReader& in, tMMS_ContentType& type, uint64_t enclosing) {
-    const uint64_t start = in.position();
+bool read_general_form(BoundedReader& in, tMMS_ContentType& type, uint64_t enclosed_by) {
     const uint32_t length = read_value_length(in);
-    BoundedReader field = in;
-    if (enclosing != unenclosed) {
-        const uint64_t prefix = in.position() - start;
-        field = field.child(std::max<uint64_t>(length, enclosing - std::min(prefix, enclosing)));
-    }
+    const uint64_t end = in.position() + length;
+    BoundedReader values = in.cut_at(std::max(end, enclosed_by));
     in.skip(length);
-    const uint64_t begin = field.position();
-    if (!read_media_type(field, type)) return false;
+    if (!read_media_type(values, type)) return false;
     Step step = Step::next;
-    while (step == Step::next && field.position() - begin < length)
-        step = read_parameter(field, type);
+    while (step == Step::next && values.position() < end)
+        step = read_parameter(values, type);
     return step != Step::out_of_memory;
 }
 
@@ -238,11 +232,11 @@ void ContentTypeFree::operator()(tMMS_ContentType* type) const {
     fnSC_Free(&type);
 }
 
-OwnedContentType read_content_type(BoundedReader& in, uint64_t enclosing) {
+OwnedContentType read_content_type(BoundedReader& in, uint64_t enclosed_by) {
     OwnedContentType type(new_record<tMMS_ContentType>());
     if (!type) return type;
     const bool general = in.peek() <= wsp::length_quote;
-    if (!(general ? read_general_form(in, *type, enclosing) : read_media_type(in, *type)))
+    if (!(general ? read_general_form(in, *type, enclosed_by) : read_media_type(in, *type)))
         type.reset();
     return type;
 }

@@ -52,4 +52,8 @@ inline constexpr uint8_t forward_req = 0x89;
 
 inline constexpr uint8_t version_1_2 = 0x92;
 
+// Content types of a body, as short integers (WAP-230 8.4.2.24).
+inline constexpr uint8_t multipart_mixed = 0xA3;
+inline constexpr uint8_t multipart_related = 0xB3;
+
 }  // namespace mmskit

@@ -44,10 +44,9 @@ struct ContentTypeFree {
 };
 using OwnedContentType = Owned<tMMS_ContentType, ContentTypeFree>;
 
-// A whole Content-type field; the cursor ends after its total length. Its values are read as far as
-// `enclosing` bytes from its start, or further if it declares more. Null when memory is out.
-inline constexpr uint64_t unenclosed = UINT64_MAX;
-OwnedContentType read_content_type(BoundedReader& in, uint64_t enclosing);
+// A whole Content-type field; the cursor ends after its total length. The general form's values are
+// read up to the position `enclosed_by`, or further if it declares more. Null when memory is out.
+OwnedContentType read_content_type(BoundedReader& in, uint64_t enclosed_by = UINT64_MAX);
 
 // ---- Writing ------------------------------------------------------------------------------
 

@@ -173,7 +173,7 @@ int32_t fnSCFS_Buffer_ReadDateTime(tSCFS_FileBuffer* buffer, tSCFS_DateTime* out
  * interrupted save leaves beside the file (path + ".~new") the next one replaces. */
 
 /* Makes a record of what it reads from the buffer, or null for none; must read something. The list
- * holds the record, which the host frees. */
+ * holds the record, which the host frees. A reader may look at the list and add to it. */
 typedef void* (*tSCFS_RecordReader)(tSCFS_FileBuffer* buffer);
 
 /* Writes one record, with the buffer's write functions only. Called again for the same record when

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <utility>
 
+#include "scshare/common/src/list_node.h"
+
 namespace mmskit {
 namespace {
 
@@ -82,15 +84,6 @@ bool store_buffer(const char* name, const tSCFS_FileBuffer* buffer, StoreBytes s
     if (store(buffer->pData, size, name) == size && rewrite.commit()) return true;
     rewrite.roll_back();
     return false;
-}
-
-// Moves the only node of `from` to the end of `list`.
-void append_node(tSCList& list, tSCList& from) {
-    tSCListNode* node = std::exchange(from, {}).pHead;
-    node->pPrev = list.pTail;
-    (list.pTail != nullptr ? list.pTail->pNext : list.pHead) = node;
-    list.pTail = node;
-    ++list.iCount;
 }
 
 // A record's node is made before the record, so that no record is without one when memory is out,

@@ -69,6 +69,12 @@ class BoundedReader {
     }
     // A reader of its own over the next `count` bytes, cut to what is there.
     BoundedReader child(uint64_t count) { return BoundedReader(take(count)); }
+    // The same reader at the same place, the input ending at that position already.
+    BoundedReader cut_at(uint64_t position) const {
+        BoundedReader r = *this;
+        if (position < size_) r.size_ = position;
+        return r;
+    }
 
     // The text from the cursor to its NUL (or to the end of the input), without the NUL; the
     // cursor moves past the NUL, which is taken to stand right after the end if there is none.

@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "scshare/common/src/list_node.h"
 #include "scshare/common/src/owned.h"
 
 namespace mmskit {
@@ -131,6 +132,11 @@ void sort(tSCList& list, tSCListCompareFunc compare) {
 }
 
 }  // namespace
+void append_node(tSCList& list, tSCList& from) {
+    link_between(list, list.pTail, std::exchange(from, {}).pHead, nullptr);
+    ++list.iCount;
+}
+
 }  // namespace mmskit
 
 extern "C" {
