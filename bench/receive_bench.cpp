@@ -1,5 +1,6 @@
 // What receiving costs: headers and body of a real message, and messages of many parts and slides,
-// whose time a part must stay the same at any number (the last column, parts a second).
+// whose time a part must stay the same at any number (the last column, parts a second); of numbered
+// slides up to the some 2,900 references that can be looked up.
 #include <benchmark/benchmark.h>
 #include <mmskit/mmskit.h>
 
@@ -64,7 +65,7 @@ void show_numbered_slides(benchmark::State& state) {
         show(body);
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(show_numbered_slides)->RangeMultiplier(10)->Range(10, 100000);
+BENCHMARK(show_numbered_slides)->RangeMultiplier(10)->Range(10, 1000);
 
 void one_long_tag(benchmark::State& state) {
     std::string smil = "<smil><body><par ";

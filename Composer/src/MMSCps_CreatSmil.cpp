@@ -28,7 +28,7 @@ constexpr char head[] =
     "</layout>\r\n</head>\r\n<body>\r\n";
 
 struct Element {
-    const MediaKind& kind;
+    const MediumKind& kind;
     const char* open;
     const char* after_source;
 };
@@ -81,14 +81,14 @@ class SmilText {
     PduWriter out_{usual_smil_size};
 };
 
-void correct_timing(CPSSlideStruct& slide, const MediaKind& kind, int32_t duration) {
+void correct_timing(CPSSlideStruct& slide, const MediumKind& kind, int32_t duration) {
     int32_t& begin = slide.*kind.begin;
     int32_t& end = slide.*kind.end;
     if (end > duration) end = duration;
     if (begin >= end) begin = 0;
 }
 
-void put_timing(SmilText& out, const CPSSlideStruct& slide, const MediaKind& kind) {
+void put_timing(SmilText& out, const CPSSlideStruct& slide, const MediumKind& kind) {
     out.put(" begin=\"", Milliseconds{slide.*kind.begin}, "ms\" end=\"",
             Milliseconds{slide.*kind.end}, "ms\" ");
 }
@@ -202,7 +202,7 @@ class PartList {
         last_->bHasCharset = 1;
         return true;
     }
-    bool append_medium(const CPSSlideStruct& slide, const MediaKind& kind) {
+    bool append_medium(const CPSSlideStruct& slide, const MediumKind& kind) {
         const char* type = slide.*kind.type;
         const auto size = static_cast<uint32_t>(slide.*kind.size);
         const uint32_t owned = is_plain_text(type) ? size : 0;

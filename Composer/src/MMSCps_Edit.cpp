@@ -193,7 +193,7 @@ int32_t fnCPS_GetAllSize(void) {
         const CPSSlideStruct* slide = used_slide(i);
         if (slide == nullptr) continue;
         size += slide_overhead;
-        for (const MediaKind* kind : media_kinds)
+        for (const MediumKind* kind : media_kinds)
             if (kind != &text_kind && slide->*kind->present == 1)
                 size += static_cast<uint32_t>(slide->*kind->size);
     }

@@ -12,52 +12,52 @@ namespace mmskit {
 
 using Slide = CPSSlideStruct;
 
-const MediaKind image_kind = {&Slide::bImage,
-                              &Slide::pImageData,
-                              nullptr,
-                              &Slide::pImageType,
-                              &Slide::pImageName,
-                              &Slide::iImageSize,
-                              &Slide::iImageBegin,
-                              &Slide::iImageEnd,
-                              &Slide::aiImageLayout,
-                              CPS_SLIDE_HAS_VIDEO,
-                              CPS_OK};
-const MediaKind text_kind = {
+const MediumKind image_kind = {&Slide::bImage,
+                               &Slide::pImageData,
+                               nullptr,
+                               &Slide::pImageType,
+                               &Slide::pImageName,
+                               &Slide::iImageSize,
+                               &Slide::iImageBegin,
+                               &Slide::iImageEnd,
+                               &Slide::aiImageLayout,
+                               CPS_SLIDE_HAS_VIDEO,
+                               CPS_OK};
+const MediumKind text_kind = {
     &Slide::bText,      nullptr,          &Slide::pText,        nullptr, nullptr, &Slide::iTextLen,
     &Slide::iTextBegin, &Slide::iTextEnd, &Slide::aiTextLayout, CPS_OK,  CPS_OK};
-const MediaKind audio_kind = {&Slide::bAudio,
-                              &Slide::pAudioData,
-                              nullptr,
-                              &Slide::pAudioType,
-                              &Slide::pAudioName,
-                              &Slide::iAudioSize,
-                              &Slide::iAudioBegin,
-                              &Slide::iAudioEnd,
-                              nullptr,
-                              CPS_SLIDE_HAS_VIDEO,
-                              CPS_OK};
-const MediaKind video_kind = {&Slide::bVideo,
-                              &Slide::pVideoData,
-                              nullptr,
-                              &Slide::pVideoType,
-                              &Slide::pVideoName,
-                              &Slide::iVideoSize,
-                              &Slide::iVideoBegin,
-                              &Slide::iVideoEnd,
-                              &Slide::aiVideoLayout,
-                              CPS_OK,
-                              CPS_SLIDE_HAS_IMAGE_OR_AUDIO};
-const MediaKind* const media_kinds[4] = {&image_kind, &text_kind, &audio_kind, &video_kind};
+const MediumKind audio_kind = {&Slide::bAudio,
+                               &Slide::pAudioData,
+                               nullptr,
+                               &Slide::pAudioType,
+                               &Slide::pAudioName,
+                               &Slide::iAudioSize,
+                               &Slide::iAudioBegin,
+                               &Slide::iAudioEnd,
+                               nullptr,
+                               CPS_SLIDE_HAS_VIDEO,
+                               CPS_OK};
+const MediumKind video_kind = {&Slide::bVideo,
+                               &Slide::pVideoData,
+                               nullptr,
+                               &Slide::pVideoType,
+                               &Slide::pVideoName,
+                               &Slide::iVideoSize,
+                               &Slide::iVideoBegin,
+                               &Slide::iVideoEnd,
+                               &Slide::aiVideoLayout,
+                               CPS_OK,
+                               CPS_SLIDE_HAS_IMAGE_OR_AUDIO};
+const MediumKind* const media_kinds[4] = {&image_kind, &text_kind, &audio_kind, &video_kind};
 
 namespace {
 
-uint8_t* content(const Slide& slide, const MediaKind& kind) {
+uint8_t* content(const Slide& slide, const MediumKind& kind) {
     return kind.data != nullptr ? slide.*kind.data : reinterpret_cast<uint8_t*>(slide.*kind.text);
 }
 
 // Each of these replaces an owned block, freeing what stood there.
-void put_content(Slide& slide, const MediaKind& kind, uint8_t* bytes) {
+void put_content(Slide& slide, const MediumKind& kind, uint8_t* bytes) {
     if (kind.data != nullptr)
         replace_owned(slide.*kind.data, bytes);
     else
@@ -75,7 +75,7 @@ char* take_text(Slide& slide, char* Slide::*member) {
 
 constexpr int32_t no_layout[4] = {};
 
-void put_numbers(Slide& slide, const MediaKind& kind, int32_t size, int32_t begin, int32_t end,
+void put_numbers(Slide& slide, const MediumKind& kind, int32_t size, int32_t begin, int32_t end,
                  const int32_t* layout) {
     slide.*kind.size = size;
     slide.*kind.begin = begin;
@@ -85,7 +85,7 @@ void put_numbers(Slide& slide, const MediaKind& kind, int32_t size, int32_t begi
 }
 
 // A text stops at its terminator and gets one; its block has room for the length that was given.
-OwnedBytes copy_content(const MediaKind& kind, const MediaSource& source) {
+OwnedBytes copy_content(const MediumKind& kind, const MediaSource& source) {
     const bool is_text = kind.text != nullptr;
     OwnedBytes copy(static_cast<uint8_t*>(allocate(uint64_t{source.size} + (is_text ? 1 : 0))));
     const size_t count =
@@ -95,12 +95,12 @@ OwnedBytes copy_content(const MediaKind& kind, const MediaSource& source) {
 }
 
 // The current slide when it holds the medium, else null.
-Slide* slide_holding(const MediaKind& kind) {
+Slide* slide_holding(const MediumKind& kind) {
     Slide* slide = current_slide();
     return slide != nullptr && slide->*kind.present == 1 ? slide : nullptr;
 }
 
-int32_t add_medium(const MediaKind& kind, const MediaSource& source) {
+int32_t add_medium(const MediumKind& kind, const MediaSource& source) {
     Slide* slide = current_slide();
     if (slide == nullptr) return CPS_SLIDE_UNUSED;
     if (slide->bVideo != 0 && kind.beside_video != CPS_OK) return kind.beside_video;
@@ -111,14 +111,14 @@ int32_t add_medium(const MediaKind& kind, const MediaSource& source) {
 }
 
 template <typename Info>
-int32_t add_media(const MediaKind& kind, const Info* info, const int32_t* layout) {
+int32_t add_media(const MediumKind& kind, const Info* info, const int32_t* layout) {
     if (info->pData == nullptr || info->pType == nullptr || info->pName == nullptr)
         return CPS_BAD_ARGUMENT;
     return add_medium(kind, {info->pData, info->iSize, info->pType, info->pName, info->iBegin,
                              info->iEnd, layout});
 }
 
-int32_t delete_medium(const MediaKind& kind) {
+int32_t delete_medium(const MediumKind& kind) {
     Slide* slide = slide_holding(kind);
     if (slide == nullptr) return CPS_NO_MEDIUM;
     tCPS_NewMessage.iTotalSize -= static_cast<uint32_t>(slide->*kind.size);
@@ -127,7 +127,7 @@ int32_t delete_medium(const MediaKind& kind) {
 }
 
 template <typename Info>
-int32_t get_medium(const MediaKind& kind, Info* out) {
+int32_t get_medium(const MediumKind& kind, Info* out) {
     if (out == nullptr) return CPS_BAD_ARGUMENT;
     const Slide* slide = slide_holding(kind);
     if (slide == nullptr) return CPS_NO_MEDIUM;
@@ -148,13 +148,13 @@ int32_t get_medium(const MediaKind& kind, Info* out) {
     return CPS_OK;
 }
 
-uint32_t medium_exists(const MediaKind& kind) {
+uint32_t medium_exists(const MediumKind& kind) {
     return slide_holding(kind) != nullptr ? 1 : 0;
 }
 
 }  // namespace
 
-bool store_medium(Slide& slide, const MediaKind& kind, const MediaSource& source) {
+bool store_medium(Slide& slide, const MediumKind& kind, const MediaSource& source) {
     if (kind.text != nullptr) slide.*kind.size = 0;  // also what a failure leaves
     if (source.size > INT32_MAX) return false;
     OwnedBytes bytes = copy_content(kind, source);
@@ -171,7 +171,7 @@ bool store_medium(Slide& slide, const MediaKind& kind, const MediaSource& source
     return true;
 }
 
-void clear_medium(Slide& slide, const MediaKind& kind) {
+void clear_medium(Slide& slide, const MediumKind& kind) {
     put_content(slide, kind, nullptr);
     put_text(slide, kind.type, nullptr);
     put_text(slide, kind.name, nullptr);
@@ -180,7 +180,7 @@ void clear_medium(Slide& slide, const MediaKind& kind) {
 }
 
 // Without a medium only the destination's flag changes.
-void move_medium(Slide& from, Slide& to, const MediaKind& kind) {
+void move_medium(Slide& from, Slide& to, const MediumKind& kind) {
     to.*kind.present = from.*kind.present == 1 ? 1 : 0;
     if (to.*kind.present == 0) return;
     uint8_t* bytes = content(from, kind);
@@ -195,7 +195,7 @@ void move_medium(Slide& from, Slide& to, const MediaKind& kind) {
                 kind.layout != nullptr ? from.*kind.layout : nullptr);
 }
 
-bool medium_is_complete(const Slide& slide, const MediaKind& kind) {
+bool medium_is_complete(const Slide& slide, const MediumKind& kind) {
     if (content(slide, kind) == nullptr || slide.*kind.size < 1) return false;
     return kind.type == nullptr || (slide.*kind.type != nullptr && slide.*kind.name != nullptr);
 }

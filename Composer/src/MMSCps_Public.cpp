@@ -83,7 +83,7 @@ void empty_composition(bool unused_slides_too) {
 
 bool slide_is_complete(const CPSSlideStruct& slide) {
     if (slide.bVideo != 0 && (slide.bImage != 0 || slide.bAudio != 0)) return false;
-    for (const MediaKind* kind : media_kinds)
+    for (const MediumKind* kind : media_kinds)
         if (slide.*kind->present != 0 && !medium_is_complete(slide, *kind)) return false;
     return true;
 }
@@ -126,14 +126,14 @@ void CPSInitSlideStruct(CPSSlideStruct* slide) {
 
 void CPSClearSlideStruct(CPSSlideStruct* slide) {
     if (slide == nullptr) return;
-    for (const MediaKind* kind : media_kinds)
+    for (const MediumKind* kind : media_kinds)
         clear_medium(*slide, *kind);
 }
 
 // Ownership moves: the source keeps its flags but none of its blocks.
 void CPSCopySlideStruct(CPSSlideStruct* src, CPSSlideStruct* dst) {
     if (src == nullptr || dst == nullptr || src == dst) return;
-    for (const MediaKind* kind : media_kinds)
+    for (const MediumKind* kind : media_kinds)
         move_medium(*src, *dst, *kind);
     dst->bBgColor = src->bBgColor;
     dst->bgColor = src->bgColor;

@@ -20,7 +20,7 @@ struct ViewRelease {
 
 // A medium without data is left out, which is no failure.
 template <typename Out>
-bool take_medium(CPSSlideStruct& slide, const MediaKind& kind, const Out& medium) {
+bool take_medium(CPSSlideStruct& slide, const MediumKind& kind, const Out& medium) {
     if (medium.Data == nullptr || medium.Length < 1) return true;
     return store_medium(slide, kind,
                         {medium.Data, static_cast<uint32_t>(medium.Length), medium.Type,
@@ -126,6 +126,7 @@ using namespace mmskit;
 
 extern "C" int32_t CPSFillStructWithCurMM(const uint8_t* pdu, int32_t len) {
     if (pdu == nullptr) return CPS_BAD_ARGUMENT;
+    if (len < 1) return CPS_NOT_A_MESSAGE;  // a view that the host holds stays
     const ViewRelease release_view;
     if (fnPAR_SmilParserEntry(pdu, len) != 1)
         return fnPAR_IsParEmpty() == 1 ? CPS_NOT_A_MESSAGE : CPS_BAD_INDEX;

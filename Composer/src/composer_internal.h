@@ -56,7 +56,7 @@ CPSSlideStruct* current_slide();
 
 // Where a kind of medium lies in a slide, and what it may stand beside. A text has no type, no name
 // and no layout of bytes: its content is `text` instead of `data`.
-struct MediaKind {
+struct MediumKind {
     uint8_t CPSSlideStruct::*present;
     uint8_t* CPSSlideStruct::*data;
     char* CPSSlideStruct::*text;
@@ -70,11 +70,11 @@ struct MediaKind {
     int32_t beside_image_or_audio;
 };
 
-extern const MediaKind image_kind;
-extern const MediaKind text_kind;
-extern const MediaKind audio_kind;
-extern const MediaKind video_kind;
-extern const MediaKind* const media_kinds[4];
+extern const MediumKind image_kind;
+extern const MediumKind text_kind;
+extern const MediumKind audio_kind;
+extern const MediumKind video_kind;
+extern const MediumKind* const media_kinds[4];
 
 struct MediaSource {
     const void* data;
@@ -87,12 +87,12 @@ struct MediaSource {
 
 // Copies the medium onto a slide that has none of the kind and counts its size. False, with
 // nothing changed, when it cannot be copied.
-[[nodiscard]] bool store_medium(CPSSlideStruct& slide, const MediaKind& kind,
+[[nodiscard]] bool store_medium(CPSSlideStruct& slide, const MediumKind& kind,
                                 const MediaSource& source);
-void clear_medium(CPSSlideStruct& slide, const MediaKind& kind);
-void move_medium(CPSSlideStruct& from, CPSSlideStruct& to, const MediaKind& kind);
+void clear_medium(CPSSlideStruct& slide, const MediumKind& kind);
+void move_medium(CPSSlideStruct& from, CPSSlideStruct& to, const MediumKind& kind);
 // True when what a message needs of the medium is there.
-bool medium_is_complete(const CPSSlideStruct& slide, const MediaKind& kind);
+bool medium_is_complete(const CPSSlideStruct& slide, const MediumKind& kind);
 
 // ---- Attachments --------------------------------------------------------------------------
 

@@ -1,100 +1,78 @@
-// SMIL text to tags: the cursor over the text, the scanner that cuts out one tag, and the splitter
-// that turns it into name, kind and attributes. The text's length is declared by the message part
-// that carries it; nothing past that length is read. Every step is linear in the text.
+// SMIL text to tags: the cursor over the text, the scanner that finds one tag, and the splitter
+// that finds its name and its attributes. All work is done in place, on views of the text; the
+// named routines that give copies are faces over that. The text's length is declared by the message
+// part that carries it; nothing past that length is read. Every step is linear in the text.
+#include <array>
 #include <cstring>
 
 #include "Parser/src/smil_internal.h"
 #include "scshare/common/src/owned.h"
 
+extern "C" {
+
+constexpr const char* SmilTag[15] = {"smil",  "head",   "body",        "layout", "meta",
+                                     "par",   "region", "root-layout", "text",   "img",
+                                     "audio", "ref",    "video",       "param",  nullptr};
+constexpr const char* SmilAttribute[16] = {"left", "top",     "height", "width", "fit", "id",
+                                           "src",  "region",  "alt",    "begin", "end", "dur",
+                                           "name", "content", "value",  nullptr};
+
+}  // extern "C"
+
 namespace mmskit {
 namespace {
 
-// Tabs are no blanks here, so a tab becomes part of a name.
-const char* skip_blanks(const char* p) {
-    return p + std::strspn(p, " \r\n");
+// What ends a piece of a tag. Tabs are no blanks here, so a tab becomes part of a name. A tag in
+// its place ends with the only ">" in it and a text of its own with a NUL, so that a walk up to one
+// of these classes needs no other bound.
+enum CharClass : uint8_t {
+    class_not_blank = 1,
+    class_ends_tag_name = 2,
+    class_ends_attribute_name = 4,
+    class_no_attribute = 8,
+    class_ends_value = 16
+};
+
+constexpr auto char_classes = [] {
+    std::array<uint8_t, 256> classes{};
+    const auto mark = [&classes](const char* characters, uint8_t as) {
+        for (; *characters != '\0'; ++characters) {
+            uint8_t& entry = classes[static_cast<unsigned char>(*characters)];
+            entry = static_cast<uint8_t>(entry ^ as);
+        }
+    };
+    for (uint8_t& entry : classes)
+        entry = class_not_blank;
+    mark(" \r\n", class_not_blank);
+    mark(" \r\n>", class_ends_tag_name);
+    mark(" \r\n=>/", class_ends_attribute_name);
+    mark("=/>", class_no_attribute);
+    mark("\">", class_ends_value);
+    classes[0] = 0xFF;
+    return classes;
+}();
+
+bool is_in(char c, CharClass wanted) {
+    return (char_classes[static_cast<unsigned char>(c)] & wanted) != 0;
+}
+
+const char* find_class(const char* p, CharClass wanted) {
+    while (!is_in(*p, wanted))
+        ++p;
+    return p;
 }
 
 // Where an attribute's name ends. A "/" ends it only as part of "/>".
 const char* attribute_name_end(const char* p) {
     for (;;) {
-        p += std::strcspn(p, " \r\n=>/");
+        p = find_class(p, class_ends_attribute_name);
         if (*p != '/' || p[1] == '>') return p;
         ++p;
     }
 }
 
-// The closing quote of a value, or null: a value that meets ">" first ends the reading of
-// attributes. That covers "/>" as well.
-const char* value_end(const char* p) {
-    p += std::strcspn(p, "\">");
-    return *p == '"' ? p : nullptr;
-}
-
-bool push_attribute(tSMIL_Tag& tag, const char* name, const char* name_end, const char* value,
-                    const char* end) {
-    auto* attribute = new_record<tSMIL_Attr>();
-    if (attribute == nullptr) return false;
-    attribute->Next = tag.AttrList;
-    tag.AttrList = attribute;
-    attribute->Name = SmilGetWord(name, name_end);
-    attribute->Value = copy_text(value, static_cast<size_t>(end - value));
-    return attribute->Name != nullptr && attribute->Value != nullptr;
-}
-
-// Reads attributes from `p` on, and leaves `p` where reading stopped. False when memory ran out.
-bool read_attributes(tSMIL_Tag& tag, const char*& p) {
-    for (;;) {
-        p = skip_blanks(p);
-        if (*p == '\0' || std::strchr("=/>", *p) != nullptr) return true;
-        const char* const name = p;
-        p = attribute_name_end(name);
-        if (*p == '\0' || *p == '/' || *p == '>') return true;
-        // Only double quotes enclose a value; whatever stands before them is passed over.
-        const char* const quote = std::strchr(p, '"');
-        if (quote == nullptr) return true;
-        const char* const end = value_end(quote + 1);
-        if (end == nullptr) {
-            p = quote + 1;
-            return true;
-        }
-        if (!push_attribute(tag, name, p, quote + 1, end)) return false;
-        p = end + 1;
-    }
-}
-
-}  // namespace
-
-bool split_tag(const char* text, tSMIL_Tag*& out) {
-    out = nullptr;
-    if (text == nullptr || text[0] != '<' || text[1] == '?' || text[1] == '!') return true;
-    const bool closing = text[1] == '/';
-    const char* const name = skip_blanks(text + (closing ? 2 : 1));
-    const char* p = name + std::strcspn(name, " \r\n>");
-    if (*p == '\0' || p == name) return true;
-
-    OwnedTag tag(new_record<tSMIL_Tag>());
-    if (!tag) return false;
-    tag->Name = SmilGetWord(name, p);
-    if (tag->Name == nullptr) return false;
-    // QUIRK slash_belongs_to_name: "<par/>" is an empty tag named "par/", which no table knows;
-    // an element is recognised as empty only with a blank before "/>".
-    const bool slash_in_name = p[-1] == '/';
-    if (!slash_in_name && *p != '>') {
-        if (!read_attributes(*tag, p)) return false;
-        p += std::strcspn(p, ">");
-        if (*p == '\0') return true;
-    }
-    tag->Type = p[-1] == '/' ? empty_tag : closing ? closing_tag : opening_tag;
-    out = tag.release();
-    return true;
-}
-
-namespace {
-
-int32_t find_name(const char* const* table, const char* name) {
-    for (int32_t i = 0; table[i] != nullptr; ++i)
-        if (fnSC_STRICMP(name, table[i]) == 0) return i;
-    return -1;
+TextView between(const char* from, const char* to) {
+    return {from, static_cast<size_t>(to - from)};
 }
 
 }  // namespace
@@ -105,19 +83,251 @@ void exhaust_cursor() {
     parser_state.wSMIL_TotalSize = 0;
 }
 
+// ---- Names ----------------------------------------------------------------------------------
+
+namespace {
+
+constexpr bool is_letter(char c) {
+    return (c | 0x20) >= 'a' && (c | 0x20) <= 'z';
+}
+
+// As fnSC_STRICMP, the document's name first (stricmp_ignores_non_letter_difference).
+bool agrees(const char* name, const char* known, size_t size) {
+    for (size_t i = 0; i < size; ++i)
+        if (name[i] != known[i] && is_letter(name[i]) && (name[i] ^ known[i]) != 0x20) return false;
+    return true;
+}
+
+// A table of names, found by length and first letter, which no two of its rows share: a name agrees
+// with a row of its own length only, and when it begins with a letter with one that begins with it.
+template <size_t Count>
+class Names {
+  public:
+    constexpr explicit Names(const char* const (&table)[Count + 1]) : table_(table) {
+        for (size_t i = 0; i < Count; ++i)
+            sizes_[i] = static_cast<uint8_t>(__builtin_strlen(table[i]));
+        while (factor_ < UINT8_MAX && !spreads())
+            ++factor_;
+    }
+
+    int32_t find(TextView name) const {
+        if (name.size == 0) return -1;
+        if (!is_letter(*name.data)) return first_that_agrees(name);
+        const uint8_t place = places_[place_of(*name.data, name.size)];
+        return place != 0 && agrees_with(place - 1, name) ? place - 1 : -1;
+    }
+
+    constexpr bool is_spread() const { return factor_ < UINT8_MAX; }
+
+  private:
+    static constexpr size_t room = 32;
+
+    constexpr size_t place_of(char letter, size_t size) const {
+        return (static_cast<size_t>(letter & 0x1F) * factor_ + size) % room;
+    }
+
+    // Puts every row at a place of its own, if this factor can.
+    constexpr bool spreads() {
+        for (uint8_t& place : places_)
+            place = 0;
+        for (size_t i = 0; i < Count; ++i) {
+            uint8_t& place = places_[place_of(table_[i][0], sizes_[i])];
+            if (place != 0) return false;
+            place = static_cast<uint8_t>(i + 1);
+        }
+        return true;
+    }
+
+    bool agrees_with(int32_t row, TextView name) const {
+        return sizes_[row] == name.size && agrees(name.data, table_[row], name.size);
+    }
+    int32_t first_that_agrees(TextView name) const {
+        for (size_t i = 0; i < Count; ++i)
+            if (agrees_with(static_cast<int32_t>(i), name)) return static_cast<int32_t>(i);
+        return -1;
+    }
+
+    const char* const* table_;
+    uint8_t factor_ = 1;
+    uint8_t sizes_[Count] = {};
+    uint8_t places_[room] = {};
+};
+
+constexpr Names<14> tags(SmilTag);
+constexpr Names<15> attributes(SmilAttribute);
+static_assert(tags.is_spread() && attributes.is_spread());
+
+}  // namespace
+
+bool is_named(TextView name, TextView known) {
+    return name.size == known.size && agrees(name.data, known.data, name.size);
+}
+
+// ---- Scanning ---------------------------------------------------------------------------------
+
+namespace {
+
+// The text of the next tag, from "<" through ">", and the cursor behind it.
+inline bool next_tag_text(TextView& tag) {
+    if (parser_state.bpSMIL_CurChar == nullptr || parser_state.wSMIL_TotalSize < 1) return false;
+    const char* const text = parser_state.bpSMIL_CurChar;
+    const char* const end = text + parser_state.wSMIL_TotalSize;
+    const auto* begin =
+        static_cast<const char*>(std::memchr(text, '<', static_cast<size_t>(end - text)));
+    const auto* last =
+        begin != nullptr
+            ? static_cast<const char*>(std::memchr(begin, '>', static_cast<size_t>(end - begin)))
+            : nullptr;
+    parser_state.bpSMIL_CurChar = last != nullptr ? last + 1 : end;
+    parser_state.wSMIL_TotalSize = static_cast<int32_t>(end - parser_state.bpSMIL_CurChar);
+    if (last == nullptr) return false;
+    tag = between(begin, last + 1);
+    return true;
+}
+
+// A tag as it stands in the text.
+struct TagView {
+    TextView name;
+    TextView rest;  // from behind the name on; empty when no attributes are looked for
+    bool closing = false;
+    bool slash_in_name = false;
+};
+
+// False for a text that begins no tag.
+inline bool split_name(TextView text, TagView& tag) {
+    if (text.size < 2 || text.data[0] != '<' || text.data[1] == '?' || text.data[1] == '!')
+        return false;
+    tag.closing = text.data[1] == '/';
+    const char* const name = find_class(text.data + (tag.closing ? 2 : 1), class_not_blank);
+    const char* const p = find_class(name, class_ends_tag_name);
+    if (*p == '\0' || p == name) return false;
+    tag.name = between(name, p);
+    // QUIRK slash_belongs_to_name: "<par/>" is an empty tag named "par/", which no table knows;
+    // an element is recognised as empty only with a blank before "/>".
+    tag.slash_in_name = p[-1] == '/';
+    tag.rest = tag.slash_in_name || *p == '>' ? TextView(p, 0) : between(p, text.end());
+    return true;
+}
+
+// Takes one attribute after the other off a text that is not empty.
+struct AttributeWalk {
+    const char* p;
+    const char* end;
+    TextView name = {};
+    TextView value = {};
+
+    // False where reading attributes stops; `p` is then there.
+    bool next() {
+        p = find_class(p, class_not_blank);
+        if (is_in(*p, class_no_attribute)) return false;
+        const char* const from = p;
+        p = attribute_name_end(p);
+        if (*p == '\0' || *p == '/' || *p == '>') return false;
+        name = between(from, p);
+        // Only double quotes enclose a value; whatever stands before them is passed over.
+        const char* quote = p;
+        while (quote != end && *quote != '"')
+            ++quote;
+        if (quote == end) return false;
+        // A value that meets ">" first ends the reading of attributes. That covers "/>" as well.
+        p = quote + 1;
+        const char* const close = find_class(p, class_ends_value);
+        if (*close != '"') return false;
+        value = between(p, close);
+        p = close + 1;
+        return true;
+    }
+};
+
+}  // namespace
+
+bool next_tag(Tag& out) {
+    TextView text;
+    while (next_tag_text(text)) {
+        TagView tag;
+        if (!split_name(text, tag)) continue;
+        out.index = tags.find(tag.name);
+        if (out.index < 0) continue;
+        const bool empty = tag.slash_in_name || text.end()[-2] == '/';
+        out.type = empty ? empty_tag : tag.closing ? closing_tag : opening_tag;
+        out.rest = tag.rest;
+        return true;
+    }
+    return false;
+}
+
+Attributes::Attributes(const Tag& tag) {
+    if (tag.rest.size == 0) return;
+    AttributeWalk walk{tag.rest.data, tag.rest.end()};
+    uint32_t count = 0;
+    for (; walk.next(); ++count) {
+        if (count == room_ && !grow()) {
+            exhaust_cursor();
+            return;
+        }
+        items_[count] = {attributes.find(walk.name), walk.name, walk.value};
+    }
+    count_ = count;
+}
+
+bool Attributes::grow() {
+    auto* larger = static_cast<Item*>(allocate_unfilled(uint64_t{room_} * 2 * sizeof(Item)));
+    if (larger == nullptr) return false;
+    std::memcpy(static_cast<void*>(larger), items_, sizeof(Item) * room_);
+    block_.reset(larger);
+    items_ = larger;
+    room_ *= 2;
+    return true;
+}
+
+// ---- Tags as records --------------------------------------------------------------------------
+
+namespace {
+
+struct TagFree {
+    void operator()(tSMIL_Tag* tag) const { SmilFreeTagStruct(tag); }
+};
+using OwnedTag = Owned<tSMIL_Tag, TagFree>;
+
+bool push_attribute(tSMIL_Tag& tag, const AttributeWalk& from) {
+    auto* attribute = new_record<tSMIL_Attr>();
+    if (attribute == nullptr) return false;
+    attribute->Next = tag.AttrList;
+    tag.AttrList = attribute;
+    attribute->Name = copy_text(from.name.data, from.name.size);
+    attribute->Value = copy_text(from.value.data, from.value.size);
+    return attribute->Name != nullptr && attribute->Value != nullptr;
+}
+
+// Null for a text that is no tag, and when memory is out.
+tSMIL_Tag* copy_tag(TextView text) {
+    TagView view;
+    if (!split_name(text, view)) return nullptr;
+    OwnedTag tag(new_record<tSMIL_Tag>());
+    if (!tag) return nullptr;
+    tag->Name = copy_text(view.name.data, view.name.size);
+    if (tag->Name == nullptr) return nullptr;
+    AttributeWalk walk{view.rest.data, text.end()};
+    if (view.rest.size != 0) {
+        while (walk.next())
+            if (!push_attribute(*tag, walk)) return nullptr;
+        walk.p = find_class(walk.p, class_ends_value);
+        while (*walk.p == '"')
+            walk.p = find_class(walk.p + 1, class_ends_value);
+        if (*walk.p == '\0') return nullptr;
+    }
+    const char* const p = walk.p;
+    tag->Type = p[-1] == '/' ? empty_tag : view.closing ? closing_tag : opening_tag;
+    return tag.release();
+}
+
+}  // namespace
+
 }  // namespace mmskit
 
 using namespace mmskit;
 
 extern "C" {
-
-const char* const SmilTag[15] = {"smil",  "head",   "body",        "layout", "meta",
-                                 "par",   "region", "root-layout", "text",   "img",
-                                 "audio", "ref",    "video",       "param",  nullptr};
-
-const char* const SmilAttribute[16] = {"left", "top",     "height", "width", "fit", "id",
-                                       "src",  "region",  "alt",    "begin", "end", "dur",
-                                       "name", "content", "value",  nullptr};
 
 int32_t SmilInitInput(const char* text, int32_t length) {
     if (text == nullptr || length < 1) return 0;
@@ -138,26 +348,15 @@ int32_t SmilGetChar(char* out) {
 }
 
 char* SmilGetOneTag(void) {
-    if (parser_state.bpSMIL_CurChar == nullptr || parser_state.wSMIL_TotalSize < 1) return nullptr;
-    const char* const text = parser_state.bpSMIL_CurChar;
-    const char* const end = text + parser_state.wSMIL_TotalSize;
-    exhaust_cursor();  // holds for every way of failing below
-    const auto* begin =
-        static_cast<const char*>(std::memchr(text, '<', static_cast<size_t>(end - text)));
-    if (begin == nullptr) return nullptr;
-    const auto* last =
-        static_cast<const char*>(std::memchr(begin, '>', static_cast<size_t>(end - begin)));
-    if (last == nullptr) return nullptr;
-    char* const tag = SmilGetWord(begin, last + 1);
-    if (tag == nullptr) return nullptr;
-    parser_state.bpSMIL_CurChar = last + 1;
-    parser_state.wSMIL_TotalSize = static_cast<int32_t>(end - (last + 1));
-    return tag;
+    TextView tag;
+    if (!next_tag_text(tag)) return nullptr;
+    char* const copy = copy_text(tag.data, tag.size);
+    if (copy == nullptr) exhaust_cursor();
+    return copy;
 }
 
 tSMIL_Tag* SmilParseTag(const char* tagText) {
-    tSMIL_Tag* tag = nullptr;
-    return split_tag(tagText, tag) ? tag : nullptr;
+    return tagText != nullptr ? copy_tag(tagText) : nullptr;
 }
 
 void SmilFreeTagStruct(tSMIL_Tag* tag) {
@@ -174,11 +373,11 @@ void SmilFreeTagStruct(tSMIL_Tag* tag) {
 }
 
 int32_t SmilIsTag(const char* name) {
-    return find_name(SmilTag, name);
+    return name != nullptr ? tags.find(name) : -1;
 }
 
 int32_t SmilIsAttr(const char* name) {
-    return find_name(SmilAttribute, name);
+    return name != nullptr ? attributes.find(name) : -1;
 }
 
 char* SmilGetWord(const char* begin, const char* end) {

@@ -78,7 +78,10 @@ struct Queues {
 // False when the layout cannot go on.
 [[nodiscard]] bool queue_part(Queues& queues, const tMMS_MediaData& part) {
     int32_t kind = fnPAR_IsPlayedMedia(part.pContentType);
-    if (kind == kind_unknown) return false;
+    if (kind == kind_unknown) {
+        note_problem("part without a content type", part.pData);
+        return false;
+    }
     if (kind == kind_text && part.bHasCharset == 0) {
         log_line("pNewElement->Content_Type:is not text/plain");
         return true;
@@ -198,7 +201,11 @@ char* attachment_name(const tMMS_MediaData& part, int32_t number) {
     classify_drm(*attachment, part);
     log_line("pAttachment->Type: %s", attachment->Type != nullptr ? attachment->Type : "");
     attachment->Name = attachment_name(part, number);
-    if (attachment->Name == nullptr) return false;
+    if (attachment->Name == nullptr) {
+        if (part.pContentType == nullptr)
+            note_problem("part without a name and a content type", part.pData);
+        return false;
+    }
     SmilAddAttachment(attachment.release());
     return true;
 }
@@ -231,6 +238,10 @@ int32_t SmilParserSmilMMS(tMMS_ContentUnion* message) {
     // Refused, the cursor stays unset and the document has no tags.
     SmilInitInput(reinterpret_cast<const char*>(smil.pData), static_cast<int32_t>(smil.iDataLen));
     const int32_t parsed = SmilParseSmil();
+    if (parsed == 0 && parser_state.problem.reason == nullptr)
+        note_problem("presentation breaks off", parser_state.bpSMIL_CurChar != nullptr
+                                                    ? parser_state.bpSMIL_CurChar
+                                                    : reinterpret_cast<const char*>(smil.pData));
     exhaust_cursor();
     if (parsed == 0) {
         log_line("SmilParseSmil error");

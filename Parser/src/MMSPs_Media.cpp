@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "Parser/src/MMSPs_MediaIndex.h"
+#include "Parser/src/MMSPs_Reference.h"
 #include "Parser/src/smil_internal.h"
 #include "scshare/common/src/owned.h"
 
@@ -16,10 +16,14 @@ uint64_t copy_room() {
     return parser_state.tpSMIL_Union != nullptr ? parser_state.copy_budget : UINT64_MAX;
 }
 
+// What cannot be paid takes all that is left, since that much was looked at.
 bool spend_copy(uint64_t bytes) {
-    if (bytes > copy_room()) return false;
-    if (parser_state.tpSMIL_Union != nullptr) parser_state.copy_budget -= bytes;
-    return true;
+    const uint64_t room = copy_room();
+    if (parser_state.tpSMIL_Union != nullptr)
+        parser_state.copy_budget -= bytes < room ? bytes : room;
+    if (bytes <= room) return true;
+    note_limit("more text than is copied onto slides");
+    return false;
 }
 
 // Never reads further than the budget reaches.
@@ -35,23 +39,30 @@ char* copy_within_budget(const char* text) {
 // fails is a failure; bytes that cannot be copied, for want of memory or budget, leave no text.
 [[nodiscard]] bool copy_part_text(const tMMS_MediaData& part, OwnedText& text) {
     const uint64_t source = uint64_t{part.iDataLen} + 1;
-    if (source > copy_room()) return true;
+    if (source > copy_room()) {
+        note_limit("more text than is copied onto slides");
+        return true;
+    }
     if (part.bHasCharset != 1) {
         if (spend_copy(source)) text.reset(copy_text(part.pData, part.iDataLen));
         return true;
     }
+    spend_copy(source);
     uint32_t length = part.iDataLen;
     text.reset(
         fnCharSet_DecodeString2Local(static_cast<int32_t>(part.iCharset), part.pData, &length));
-    if (!text) return false;
+    if (!text) {
+        note_problem("text that cannot be converted", part.pData);
+        return false;
+    }
     const uint64_t result = static_cast<uint64_t>(std::strlen(text.get())) + 1;
-    if (!spend_copy(result > source ? result : source)) text.reset();
+    if (result > source && !spend_copy(result - source)) text.reset();
     return true;
 }
 
 // A message without parts fails every look-up, which is not the same as a name that is not found.
-bool can_look_up(const void* el, const char* id) {
-    return el != nullptr && id != nullptr && *id != '\0' && parser_state.tpSMIL_Element != nullptr;
+bool can_look_up(TextView id) {
+    return id.size != 0 && parser_state.tpSMIL_Element != nullptr;
 }
 
 template <typename Element>
@@ -66,7 +77,7 @@ void fill_type(Element& el, tMMS_MediaData& part) {
         el.DrmType = fnPAR_DrmType(part.pContentType, part.pData,
                                    static_cast<int32_t>(part.iDataLen), nullptr, nullptr);
         // What cannot be played is listed as an attachment too.
-        if (el.DrmType != drm_forward_locked) unmark_part(&part);
+        if (el.DrmType != drm_forward_locked) part.IsSmil = 0;
     }
     if (part.bDrmSeparate == 1) {
         el.IsDrm = 1;
@@ -77,15 +88,15 @@ void fill_type(Element& el, tMMS_MediaData& part) {
 }
 
 template <typename Element>
-int32_t fill_media(Element* el, const char* id) {
-    if (!can_look_up(el, id)) return 0;
+bool find_media(Element& el, TextView id) {
+    if (!can_look_up(id)) return false;
     tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
-    if (part == nullptr || part->pData == nullptr) return 1;
-    fill_type(*el, *part);
-    replace_owned(el->Name, copy_within_budget(part_name(*part)));
-    el->Data = part->pData;
-    el->Length = static_cast<int32_t>(part->iDataLen);
-    return 1;
+    if (part == nullptr || part->pData == nullptr) return true;
+    fill_type(el, *part);
+    replace_owned(el.Name, copy_within_budget(part_name(*part)));
+    el.Data = part->pData;
+    el.Length = static_cast<int32_t>(part->iDataLen);
+    return true;
 }
 
 // `word` is lower case.
@@ -109,6 +120,29 @@ bool begins_word(const char* text, const char* word) {
 }
 
 }  // namespace
+
+bool find_text(tSMIL_Text& el, TextView id) {
+    if (!can_look_up(id)) return false;
+    const tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
+    if (part == nullptr || part->pData == nullptr) return true;
+    OwnedText text;
+    if (!copy_part_text(*part, text)) return false;
+    if (text) replace_owned(el.Data, text.release());
+    return true;
+}
+
+bool find_image(tSMIL_Media& el, TextView id) {
+    return find_media(el, id);
+}
+
+bool find_audio(tSMIL_Audio& el, TextView id) {
+    return find_media(el, id);
+}
+
+bool find_video(tSMIL_Media& el, TextView id) {
+    return find_media(el, id);
+}
+
 }  // namespace mmskit
 
 using namespace mmskit;
@@ -123,25 +157,19 @@ tMMS_MediaData* SmilGetElementById(tMMS_MediaData* list, const char* id) {
 }
 
 int32_t SmilGetTextDataById(tSMIL_Text* el, const char* id) {
-    if (!can_look_up(el, id)) return 0;
-    const tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
-    if (part == nullptr || part->pData == nullptr) return 1;
-    OwnedText text;
-    if (!copy_part_text(*part, text)) return 0;
-    if (text) replace_owned(el->Data, text.release());
-    return 1;
+    return el != nullptr && find_text(*el, id) ? 1 : 0;
 }
 
 int32_t SmilGetImgDataById(tSMIL_Media* el, const char* id) {
-    return fill_media(el, id);
+    return el != nullptr && find_image(*el, id) ? 1 : 0;
 }
 
 int32_t SmilGetAudioDataById(tSMIL_Audio* el, const char* id) {
-    return fill_media(el, id);
+    return el != nullptr && find_audio(*el, id) ? 1 : 0;
 }
 
 int32_t SmilGetVideoDataById(tSMIL_Media* el, const char* id) {
-    return fill_media(el, id);
+    return el != nullptr && find_video(*el, id) ? 1 : 0;
 }
 
 int32_t fnPAR_IsPlayedMedia(const char* contentType) {

@@ -47,7 +47,6 @@ void forget_list_ends() {
     parser_state.total_attachments = 0;
     parser_state.served_attachment = nullptr;
     parser_state.served_index = 0;
-    forget_region_index();
 }
 
 template <typename Element>
@@ -84,9 +83,16 @@ void find_attachment_tail() {
 }  // namespace
 
 void reset_parser_state() {
-    forget_list_ends();
-    free_media_index(parser_state.media_index);
     parser_state = {};
+}
+
+void note_problem(const char* reason, const void* at) {
+    parser_state.problem = {reason, at};
+}
+
+void note_limit(const char* reason) {
+    if (parser_state.limit.reason == nullptr)
+        parser_state.limit = {reason, parser_state.bpSMIL_CurChar};
 }
 
 void clear_element(tSMIL_Text& el) {

@@ -1,6 +1,7 @@
 // The SMIL document parser: a forgiving single pass over the tags, one loop for each level, that
-// fills the slide view. It builds no tree, and it does not call itself: however deep a document
-// nests, the stack stays as it is. References to media are resolved as they are met.
+// fills the slide view. It builds no tree, names and values stay where they are in the text, and it
+// does not call itself: however deep a document nests, the stack stays as it is. References to
+// media are resolved as they are met.
 #include "Parser/src/smil_internal.h"
 #include "scshare/common/src/log.h"
 #include "scshare/common/src/owned.h"
@@ -46,40 +47,6 @@ enum AttributeIndex : int32_t {
 // What SmilParsePar answers.
 enum ParEnd : int32_t { par_closed = 0, par_failed = 1, par_nested = 2 };
 
-// A tag with a known name.
-struct Tag {
-    OwnedTag tag;
-    int32_t index = -1;
-
-    bool is(TagIndex name) const { return index == name; }
-    bool opens(TagIndex name) const { return index == name && tag->Type == opening_tag; }
-    bool closes(TagIndex name) const { return index == name && tag->Type == closing_tag; }
-    // Attributes in reverse document order: assigning in this order lets the first one win.
-    tSMIL_Attr* attributes() const { return tag->AttrList; }
-};
-
-// The next tag with a known name; false at the end of the input. Out of memory is taken for the
-// end, so that a document is never shown with tags missing.
-bool next_tag(Tag& out) {
-    for (;;) {
-        out.tag.reset();
-        const OwnedText text(SmilGetOneTag());
-        if (!text) return false;
-        tSMIL_Tag* tag = nullptr;
-        if (!split_tag(text.get(), tag)) {
-            exhaust_cursor();
-            return false;
-        }
-        out.tag.reset(tag);
-        out.index = tag != nullptr ? SmilIsTag(tag->Name) : -1;
-        if (out.index >= 0) return true;
-    }
-}
-
-bool is_named(const char* text, const char* name) {
-    return fnSC_STRICMP(text, name) == 0;
-}
-
 // ---- Layout -------------------------------------------------------------------------------
 
 struct RegionNumber {
@@ -91,35 +58,44 @@ constexpr RegionNumber region_numbers[] = {{attr_left, &tSMIL_Region::Left},
                                            {attr_height, &tSMIL_Region::Height},
                                            {attr_width, &tSMIL_Region::Width}};
 
-void take_text(char*& field, tSMIL_Attr& attribute) {
-    replace_owned(field, attribute.Value);
-    attribute.Value = nullptr;
+// The last one read of each text is the first of the document.
+struct RegionTexts {
+    TextView id;
+    TextView fit;
+};
+
+bool keep_text(char*& field, TextView text) {
+    if (text.data == nullptr) return true;
+    field = copy_text(text.data, text.size);
+    return field != nullptr;
 }
 
 void read_region(const Tag& tag, tSMIL_Layout& layout) {
     auto* region = new_record<tSMIL_Region>();
     if (region == nullptr) return;
-    for (tSMIL_Attr* a = tag.attributes(); a != nullptr; a = a->Next) {
-        const int32_t index = SmilIsAttr(a->Name);
-        if (index == attr_id) take_text(region->Id, *a);
-        if (index == attr_fit) take_text(region->Fit, *a);
+    RegionTexts texts;
+    Attributes attributes(tag);
+    while (const Attributes::Item* a = attributes.next()) {
+        if (a->index == attr_id) texts.id = a->value;
+        if (a->index == attr_fit) texts.fit = a->value;
         for (const RegionNumber& number : region_numbers)
-            if (index == number.attribute) region->*number.field = number_value(a->Value);
+            if (a->index == number.attribute) region->*number.field = number_value(a->value);
     }
+    if (!keep_text(region->Id, texts.id) || !keep_text(region->Fit, texts.fit)) exhaust_cursor();
     region->Next = layout.RegionList;
     layout.RegionList = region;
 }
 
 // The background colour goes straight to the view: it holds even when the layout is lost.
 void read_root_layout(const Tag& tag, tSMIL_Layout& layout) {
-    for (const tSMIL_Attr* a = tag.attributes(); a != nullptr; a = a->Next) {
-        const int32_t index = SmilIsAttr(a->Name);
-        if (index == attr_width) layout.RootWidth = number_value(a->Value);
-        if (index == attr_height) layout.RootHeight = number_value(a->Value);
-        if (is_named(a->Name, "background-color") || is_named(a->Name, "backgroundcolor")) {
-            log_line("pAttr->Value:%s", a->Value);
+    Attributes attributes(tag);
+    while (const Attributes::Item* a = attributes.next()) {
+        if (a->index == attr_width) layout.RootWidth = number_value(a->value);
+        if (a->index == attr_height) layout.RootHeight = number_value(a->value);
+        if (is_named(a->name, "background-color") || is_named(a->name, "backgroundcolor")) {
+            log_line("pAttr->Value:%.*s", static_cast<int>(a->value.size), a->value.data);
             tSMIL_ViewStruct.IsBgColor = 1;
-            tSMIL_ViewStruct.bgColor = ColorToInt(a->Value);
+            tSMIL_ViewStruct.bgColor = colour_value(a->value);
             log_line("tSMIL_ViewStruct.bgColor:%x", tSMIL_ViewStruct.bgColor);
         }
     }
@@ -127,7 +103,6 @@ void read_root_layout(const Tag& tag, tSMIL_Layout& layout) {
 
 void take_layout(const tSMIL_Layout& layout) {
     tSMIL_View& view = tSMIL_ViewStruct;
-    forget_region_index();
     free_regions(view.RegionList);
     view.RootWidth = layout.RootWidth;
     view.RootHeight = layout.RootHeight;
@@ -138,32 +113,25 @@ void take_layout(const tSMIL_Layout& layout) {
 
 template <typename Element>
 struct ElementKind {
-    int32_t (*look_up)(Element*, const char*);
+    bool (*find)(Element&, TextView);
     int32_t (*add)(Element*);
     const char* add_error;
 };
-constexpr ElementKind<tSMIL_Text> text_kind{SmilGetTextDataById, SmilAddText, nullptr};
-constexpr ElementKind<tSMIL_Media> img_kind{SmilGetImgDataById, SmilAddImg, "SmilAddImg error"};
-constexpr ElementKind<tSMIL_Audio> audio_kind{SmilGetAudioDataById, SmilAddAudio, nullptr};
-constexpr ElementKind<tSMIL_Media> video_kind{SmilGetVideoDataById, SmilAddVideo, nullptr};
-
-struct ElementFree {
-    template <typename Element>
-    void operator()(Element* element) const {
-        free_element(element);
-    }
-};
+constexpr ElementKind<tSMIL_Text> text_kind{find_text, SmilAddText, nullptr};
+constexpr ElementKind<tSMIL_Media> img_kind{find_image, SmilAddImg, "SmilAddImg error"};
+constexpr ElementKind<tSMIL_Audio> audio_kind{find_audio, SmilAddAudio, nullptr};
+constexpr ElementKind<tSMIL_Media> video_kind{find_video, SmilAddVideo, nullptr};
 
 template <typename Element>
-void place_in_region(Element& element, const char* id) {
+void place_in_region(Element& element, TextView id) {
     int32_t rect[4] = {element.Left, element.Top, element.Width, element.Height};
-    SmilGetRegionDataById(rect, id);
+    find_region_rect(rect, id);
     element.Left = rect[0];
     element.Top = rect[1];
     element.Width = rect[2];
     element.Height = rect[3];
 }
-void place_in_region(tSMIL_Audio&, const char*) {}
+void place_in_region(tSMIL_Audio&, TextView) {}
 
 void copy_part(tSMIL_Text& to, const tSMIL_Text& from) {
     to.Data = from.Data;
@@ -182,9 +150,9 @@ void copy_part(Element& to, const Element& from) {
 
 // With several `src` each is looked up; the first in the document that names a part is shown.
 template <typename Element>
-bool take_source(Element& element, const ElementKind<Element>& kind, const char* id) {
+bool take_source(Element& element, const ElementKind<Element>& kind, TextView id) {
     Element found{};
-    const bool served = kind.look_up(&found, id) != 0;
+    const bool served = kind.find(found, id);
     if (!served || found.Data == nullptr) {
         clear_element(found);
         return served;
@@ -195,20 +163,20 @@ bool take_source(Element& element, const ElementKind<Element>& kind, const char*
 }
 
 template <typename Element>
-bool read_element(Element& element, const ElementKind<Element>& kind, const Tag& tag) {
-    for (const tSMIL_Attr* a = tag.attributes(); a != nullptr; a = a->Next) {
-        switch (SmilIsAttr(a->Name)) {
+bool read_element(Element& element, const ElementKind<Element>& kind, Attributes& attributes) {
+    while (const Attributes::Item* a = attributes.next()) {
+        switch (a->index) {
             case attr_src:
-                if (!take_source(element, kind, a->Value)) return false;
+                if (!take_source(element, kind, a->value)) return false;
                 break;
             case attr_region:
-                place_in_region(element, a->Value);
+                place_in_region(element, a->value);
                 break;
             case attr_begin:
-                element.Begin = time_value(a->Value);
+                element.Begin = time_value(a->value);
                 break;
             case attr_end:
-                element.End = time_value(a->Value);
+                element.End = time_value(a->value);
                 break;
             default:
                 break;
@@ -231,72 +199,82 @@ bool is_shown(const Element& element) {
     return element.Data != nullptr && !hidden;
 }
 
-// False fails the document; an element that has nothing to show is only left out.
+// Puts a copy of the element, which then owns its texts, on the current slide.
 template <typename Element>
-bool add_element(const ElementKind<Element>& kind, const Tag& tag) {
-    Owned<Element, ElementFree> element(new_record<Element>());
-    if (!element || !read_element(*element, kind, tag)) return false;
-    if (!is_shown(*element)) return true;
-    if (kind.add(element.get()) == 0) {
-        if (kind.add_error != nullptr) log_line("%s", kind.add_error);
-        return false;
-    }
-    (void)element.release();
-    return true;
+bool show_element(const Element& element, const ElementKind<Element>& kind) {
+    auto* shown = static_cast<Element*>(allocate_unfilled(sizeof(Element)));
+    if (shown == nullptr) return false;
+    *shown = element;
+    if (kind.add(shown) != 0) return true;
+    if (kind.add_error != nullptr) log_line("%s", kind.add_error);
+    fnSC_Free(&shown);
+    return false;
 }
 
-bool add_text(const Tag& tag) {
-    if (!add_element(text_kind, tag)) return false;
-    if (tag.tag->Type != opening_tag || SmilParseText() != 0) return true;
+// False fails the document; an element that has nothing to show is only left out, and never made.
+template <typename Element>
+bool add_element(const ElementKind<Element>& kind, Attributes& attributes) {
+    Element element{};
+    const bool read = read_element(element, kind, attributes);
+    if (read && is_shown(element) && show_element(element, kind)) return true;
+    const bool left_out = read && !is_shown(element);
+    clear_element(element);
+    return left_out;
+}
+
+bool add_text(const Tag& tag, Attributes& attributes) {
+    if (!add_element(text_kind, attributes)) return false;
+    if (tag.type != opening_tag || SmilParseText() != 0) return true;
     log_line("SmilParseText error");
     return false;
 }
 
 bool add_slide_element(const Tag& tag) {
-    if (tag.attributes() == nullptr) return true;
+    if (!tag.is(tag_text) && !tag.is(tag_img) && !tag.is(tag_audio) && !tag.is(tag_video))
+        return true;
+    Attributes attributes(tag);
+    if (attributes.empty()) return true;
     switch (tag.index) {
         case tag_text:
-            return add_text(tag);
+            return add_text(tag, attributes);
         case tag_img:
-            return add_element(img_kind, tag);
+            return add_element(img_kind, attributes);
         case tag_audio:
-            return add_element(audio_kind, tag);
-        case tag_video:
-            return add_element(video_kind, tag);
+            return add_element(audio_kind, attributes);
         default:
-            return true;
+            return add_element(video_kind, attributes);
     }
 }
 
-// The value of a `param` of this name; null when it has another name, no value, or there is no
+// The value of a `param` of this name; no text when it has another name, no value, or there is no
 // slide to take it.
-const char* param_value(const Tag& tag, const char* wanted) {
-    const char* name = nullptr;
-    const char* value = nullptr;
-    for (const tSMIL_Attr* a = tag.attributes(); a != nullptr; a = a->Next) {
-        const int32_t index = SmilIsAttr(a->Name);
-        if (index == attr_name) name = a->Value;
-        if (index == attr_value) value = a->Value;
+TextView param_value(const Tag& tag, TextView wanted) {
+    TextView name;
+    TextView value;
+    Attributes attributes(tag);
+    while (const Attributes::Item* a = attributes.next()) {
+        if (a->index == attr_name) name = a->value;
+        if (a->index == attr_value) value = a->value;
     }
-    return tSMIL_ViewStruct.CurPar != nullptr && is_named(name, wanted) ? value : nullptr;
+    return tSMIL_ViewStruct.CurPar != nullptr && is_named(name, wanted) ? value : TextView();
 }
 
 void read_background(const Tag& tag) {
-    const char* const value = param_value(tag, "background-color");
-    if (value == nullptr) return;
-    log_line("paramValue:%s", value);
+    const TextView value = param_value(tag, "background-color");
+    if (value.data == nullptr) return;
+    log_line("paramValue:%.*s", static_cast<int>(value.size), value.data);
     tSMIL_Par& par = *tSMIL_ViewStruct.CurPar;
     par.IsBgColor = 1;
-    par.bgColor = ColorToInt(value);
+    par.bgColor = colour_value(value);
     log_line("tSMIL_ViewStruct.CurPar->bgColor:%x", par.bgColor);
 }
 
 void read_foreground(const Tag& tag) {
-    const char* const value = param_value(tag, "foreground-color");
-    if (value == nullptr) return;
+    const TextView value = param_value(tag, "foreground-color");
+    if (value.data == nullptr) return;
     tSMIL_Par& par = *tSMIL_ViewStruct.CurPar;
     par.IsForeColor = 1;
-    par.foreColor = ColorToInt(value);
+    par.foreColor = colour_value(value);
     log_line("tSMIL_ViewStruct.CurPar->foreColor:%x", par.foreColor);
 }
 
@@ -310,8 +288,9 @@ bool has_media(const tSMIL_Par& par) {
 // Reads the slide that `tag` opens, and those opened inside it. False fails the body.
 bool read_slides(const Tag& tag) {
     int32_t duration = 0;
-    for (const tSMIL_Attr* a = tag.attributes(); a != nullptr; a = a->Next)
-        if (SmilIsAttr(a->Name) == attr_dur) duration = time_value(a->Value);
+    Attributes attributes(tag);
+    while (const Attributes::Item* a = attributes.next())
+        if (a->index == attr_dur) duration = time_value(a->value);
     // QUIRK nested_par_takes_the_outer_dur: a `par` opened before the last one was closed is a
     // slide of its own with the attributes of the outermost one; its own are lost.
     int32_t end = par_nested;
@@ -340,15 +319,24 @@ int32_t parse_head(int32_t& body) {
         if (tag.is(tag_head)) return 1;
         if (tag.is(tag_body)) body = own_body = SmilParseBody();
         if (!tag.is(tag_layout)) continue;
-        const Owned<tSMIL_Layout> layout(SmilParseLayout());
-        if (!layout) continue;
-        take_layout(*layout);
+        tSMIL_Layout layout{};
+        parse_layout(layout);
+        take_layout(layout);
         layout_taken = true;
     }
     return layout_taken ? 1 : own_body;
 }
 
 }  // namespace
+
+void parse_layout(tSMIL_Layout& layout) {
+    Tag tag;
+    while (next_tag(tag) && !tag.closes(tag_layout)) {
+        if (tag.is(tag_region)) read_region(tag, layout);
+        if (tag.is(tag_root_layout)) read_root_layout(tag, layout);
+    }
+}
+
 }  // namespace mmskit
 
 using namespace mmskit;
@@ -381,12 +369,7 @@ int32_t SmilParseHead(void) {
 
 tSMIL_Layout* SmilParseLayout(void) {
     auto* layout = new_record<tSMIL_Layout>();
-    if (layout == nullptr) return nullptr;
-    Tag tag;
-    while (next_tag(tag) && !tag.closes(tag_layout)) {
-        if (tag.is(tag_region)) read_region(tag, *layout);
-        if (tag.is(tag_root_layout)) read_root_layout(tag, *layout);
-    }
+    if (layout != nullptr) parse_layout(*layout);
     return layout;
 }
 

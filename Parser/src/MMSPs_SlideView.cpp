@@ -3,6 +3,7 @@
 // from the view or from the message's bytes.
 #include "Parser/src/MMSPs_Media.h"
 #include "Parser/src/smil_internal.h"
+#include "Protocol/src/MMSProl_Error.h"
 #include "scshare/common/src/limits.h"
 #include "scshare/common/src/log.h"
 
@@ -129,6 +130,15 @@ int32_t lay_out(tMMS_ContentUnion* message) {
     return SmilParserNoSmilMMS(message->pMediaList);
 }
 
+// What was noted while the message was laid out, as the result of the whole.
+void report(const uint8_t* body) {
+    const Problem& found =
+        parser_state.problem.reason != nullptr ? parser_state.problem : parser_state.limit;
+    if (found.reason == nullptr) return;
+    const auto* at = static_cast<const uint8_t*>(found.at);
+    note_decode_failure(found.reason, at != nullptr ? static_cast<uint64_t>(at - body) : 0);
+}
+
 }  // namespace
 }  // namespace mmskit
 
@@ -137,16 +147,24 @@ using namespace mmskit;
 extern "C" {
 
 int32_t fnPAR_SmilParserEntry(const uint8_t* pdu, int32_t length) {
+    if (pdu == nullptr || length < 1) {
+        note_decode_failure("no body", 0);
+        return 0;
+    }
     release_view();
-    if (pdu == nullptr || length < 1) return 0;
     tMMS_ContentUnion* message = fnMMS_GetMediaDataFromPdu(pdu, length);
     if (message == nullptr) return 0;
     parser_state.tpSMIL_Union = message;
     parser_state.tpSMIL_Element = message->pMediaList;
     parser_state.copy_budget =
         limits::slide_copy_base + limits::slide_copy_factor * static_cast<uint64_t>(length);
+    parser_state.reference_budget = limits::reference_work;
     prepare_parts(message->pMediaList);
-    return lay_out(message);
+    const int32_t laid_out = lay_out(message);
+    if (laid_out == 0 && parser_state.problem.reason == nullptr)
+        note_problem(out_of_memory, nullptr);
+    report(pdu);
+    return laid_out;
 }
 
 int32_t fnPAR_SmilFree(void) {

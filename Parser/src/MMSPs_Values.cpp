@@ -1,7 +1,5 @@
 // Values of SMIL attributes: numbers, times and colours. All texts come from the message; every
 // text has a value, and none is rejected.
-#include <cstring>
-
 #include "Parser/src/smil_internal.h"
 #include "scshare/common/src/log.h"
 
@@ -36,12 +34,12 @@ constexpr uint32_t digit_value(char c) {
 
 // QUIRK hash_colour_has_no_alpha: "#FF0000" is 0x00FF0000 while "RED" is 0xFFFF0000. Digits beyond
 // the eighth from the end have a weight of 0 modulo 2^32.
-uint32_t hex_colour(const char* digits) {
+uint32_t hex_colour(TextView digits) {
     uint32_t value = 0;
     uint32_t weight = 1;
-    for (size_t i = std::strlen(digits); i-- > 0; weight *= 16) {
-        const uint32_t digit = digit_value(digits[i]);
-        log_line("strColor[len-i-1]:%c", digits[i]);
+    for (size_t i = digits.size; i-- > 0; weight *= 16) {
+        const uint32_t digit = digit_value(digits.data[i]);
+        log_line("strColor[len-i-1]:%c", digits.data[i]);
         log_line("chr:%d", static_cast<int>(digit));
         value += digit * weight;
     }
@@ -50,35 +48,52 @@ uint32_t hex_colour(const char* digits) {
 
 }  // namespace
 
-int32_t number_value(const char* text) {
-    if (text == nullptr) return 0;
-    text += std::strspn(text, " \t\n\v\f\r");
-    const bool negative = *text == '-';
-    if (*text == '-' || *text == '+') ++text;
+namespace {
+
+// The leading integer, taken off the text.
+int32_t take_number(TextView& text) {
+    const char* p = text.data;
+    const char* const end = text.end();
+    while (p != end && (*p == ' ' || (*p >= '\t' && *p <= '\r')))
+        ++p;
+    const bool negative = p != end && *p == '-';
+    if (p != end && (*p == '-' || *p == '+')) ++p;
     int64_t value = 0;
-    for (; *text >= '0' && *text <= '9'; ++text)
-        value = saturate(value * 10 + (negative ? '0' - *text : *text - '0'));
-    return static_cast<int32_t>(value);
+    for (; p != end && *p >= '0' && *p <= '9'; ++p)
+        if (value <= INT32_MAX) value = value * 10 + (*p - '0');
+    text = {p, static_cast<size_t>(end - p)};
+    return saturate(negative ? -value : value);
+}
+
+}  // namespace
+
+int32_t number_value(TextView text) {
+    return take_number(text);
 }
 
 // QUIRK time_is_leading_integer: "1.5s" is one second, a clock value or a word is 0, and "5Ms" is
 // five seconds since only "ms" and "MS" mean milliseconds.
-int32_t time_value(const char* text) {
-    if (text == nullptr) return 0;
-    const bool milliseconds =
-        std::strstr(text, "ms") != nullptr || std::strstr(text, "MS") != nullptr;
-    const bool seconds = !milliseconds && std::strpbrk(text, "sS") != nullptr;
-    return saturate(int64_t{number_value(text)} * (seconds ? 1000 : 1));
+int32_t time_value(TextView text) {
+    const int32_t number = take_number(text);  // a unit before it leaves 0
+    bool milliseconds = false;
+    bool seconds = false;
+    for (size_t i = 0; i < text.size; ++i) {
+        if (text.data[i] != 's' && text.data[i] != 'S') continue;
+        seconds = true;
+        if (i != 0 && text.data[i - 1] == text.data[i] - ('s' - 'm')) milliseconds = true;
+    }
+    return saturate(int64_t{number} * (seconds && !milliseconds ? 1000 : 1));
+}
+
+uint32_t colour_value(TextView text) {
+    if (text.size != 0 && *text.data == '#') return hex_colour({text.data + 1, text.size - 1});
+    for (const NamedColour& colour : named_colours)
+        if (text.equals(colour.name)) return colour.value;
+    return white;
 }
 
 }  // namespace mmskit
 
-using namespace mmskit;
-
 extern "C" uint32_t ColorToInt(const char* text) {
-    if (text == nullptr) return white;
-    if (*text == '#') return hex_colour(text + 1);
-    for (const NamedColour& colour : named_colours)
-        if (std::strcmp(text, colour.name) == 0) return colour.value;
-    return white;
+    return mmskit::colour_value(text);
 }

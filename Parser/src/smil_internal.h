@@ -9,13 +9,18 @@
 #include <mmskit/runtime.h>
 
 #include <cstdint>
+#include <cstring>
 
+#include "Parser/src/text_view.h"
 #include "scshare/common/src/owned.h"
 
 namespace mmskit {
 
-struct MediaIndex;   // MMSPs_MediaIndex: finds parts by name in a large message
-struct RegionIndex;  // MMSPs_Regions: finds regions by id in a large layout
+// A static reason, or null for none, and a place in the message's body (null: its start).
+struct Problem {
+    const char* reason;
+    const void* at;
+};
 
 // All module state beside the exported view; all-zero is idle.
 struct ParserState {
@@ -39,20 +44,24 @@ struct ParserState {
     int32_t served_index;
     // Bytes that may still be copied onto slides (limits::slide_copy_base).
     uint64_t copy_budget;
-    // Names compared so far for references into this message (limits::media_walk_plain).
-    uint64_t media_work;
-    MediaIndex* media_index;
-    RegionIndex* region_index;
+    // Work that references into this message may still cost (limits::reference_work).
+    uint64_t reference_budget;
+    // What fnMMS_GetLastError will say of this message, and where in its body: why it failed or its
+    // document broke off, else what a limit left out first.
+    Problem problem;
+    Problem limit;
 };
 
 extern ParserState parser_state;
 
-// Releases the indexes and makes the state all-zero. The view's records and the union are
-// released before by SmilParserClean and fnMMS_FreeMediaData.
+// Makes the state all-zero. The view's records and the union are released before by SmilParserClean
+// and fnMMS_FreeMediaData.
 void reset_parser_state();
 
-// MMSPs_MediaIndex.
-void free_media_index(MediaIndex* index);
+// Notes why the message cannot be shown, in place of what was noted before.
+void note_problem(const char* reason, const void* at);
+// Notes that a limit left something out of the document where its cursor stands. The first counts.
+void note_limit(const char* reason);
 
 }  // namespace mmskit
 
@@ -134,17 +143,60 @@ constexpr int32_t opening_tag = 1;
 constexpr int32_t closing_tag = 2;
 constexpr int32_t empty_tag = 3;
 
-struct TagFree {
-    void operator()(tSMIL_Tag* tag) const { SmilFreeTagStruct(tag); }
-};
-using OwnedTag = Owned<tSMIL_Tag, TagFree>;
-
 // Puts the cursor at the end of its text.
 void exhaust_cursor();
 
-// Splits one tag text as SmilParseTag does. False only when memory ran out; a text that is no
-// tag gives true and a null tag (MMSPs_Input).
-[[nodiscard]] bool split_tag(const char* text, tSMIL_Tag*& tag);
+// ---- Tags in place (MMSPs_Input) -----------------------------------------------------------
+
+// A tag with a known name. Its attributes stay where they are in the text.
+struct Tag {
+    int32_t index = -1;  // in SmilTag
+    int32_t type = 0;    // opening_tag, closing_tag or empty_tag
+    TextView rest;       // where its attributes begin
+
+    bool is(int32_t name) const { return index == name; }
+    bool opens(int32_t name) const { return index == name && type == opening_tag; }
+    bool closes(int32_t name) const { return index == name && type == closing_tag; }
+};
+
+// The next tag with a known name, and the cursor behind it; false, with the cursor at the end, when
+// there is none.
+[[nodiscard]] bool next_tag(Tag& out);
+
+// The attributes of one tag, walked from the last to the first: assigning in this order lets the
+// first one win. A tag of a usual presentation has room here; for more, memory is asked.
+class Attributes {
+  public:
+    struct Item {
+        int32_t index;  // in SmilAttribute, or -1
+        TextView name;
+        TextView value;
+    };
+
+    // Out of memory is taken for the end of the document, so that it is never shown with parts of
+    // it missing; there are then no attributes.
+    explicit Attributes(const Tag& tag);
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+
+    // Null behind the first of the document.
+    const Item* next() { return count_ != 0 ? &items_[--count_] : nullptr; }
+    bool empty() const { return count_ == 0; }
+
+  private:
+    static constexpr uint32_t usual_count = 12;
+
+    bool grow();
+
+    alignas(Item) unsigned char usual_[usual_count * sizeof(Item)];  // not filled beforehand
+    Item* items_ = reinterpret_cast<Item*>(usual_);
+    uint32_t count_ = 0;
+    uint32_t room_ = usual_count;
+    Owned<Item> block_;
+};
+
+// Whether `name` is this one. A name is compared as fnSC_STRICMP does, the document's text first.
+bool is_named(TextView name, TextView known);
 
 // Frees the texts that an element owns (MMSPs_Model).
 void clear_element(tSMIL_Text& el);
@@ -162,13 +214,21 @@ void free_element(Element* el) {
 // Frees a list of regions; null is the empty list (MMSPs_Regions).
 void free_regions(tSMIL_Region* list);
 
-// Forgets the region index; called whenever RegionList changes (MMSPs_Regions).
-void forget_region_index();
-
 // Values of attributes (MMSPs_Values). A number is the leading integer of the text, with blanks
 // and a sign before it, and saturates at the limits of int32; a time is in milliseconds. Null
-// gives 0.
-int32_t number_value(const char* text);
-int32_t time_value(const char* text);
+// gives 0, and white for a colour.
+int32_t number_value(TextView text);
+int32_t time_value(TextView text);
+uint32_t colour_value(TextView text);
+
+// What the look-ups by name do, for a name that stands in the text.
+bool find_text(tSMIL_Text& el, TextView id);
+bool find_image(tSMIL_Media& el, TextView id);
+bool find_audio(tSMIL_Audio& el, TextView id);
+bool find_video(tSMIL_Media& el, TextView id);
+bool find_region_rect(int32_t out[4], TextView id);
+
+// SmilParseLayout into the caller's record.
+void parse_layout(tSMIL_Layout& layout);
 
 }  // namespace mmskit

@@ -64,24 +64,26 @@ uint8_t* borrowed_data(Slice data) {
     return const_cast<uint8_t*>(data.data);
 }
 
-// A record with the type, name and charset of a content type, which are taken out of it.
-OwnedMedia new_media(tMMS_ContentType& type, Slice data) {
+// A record with the type, name and charset of a content type; null when memory is out.
+OwnedMedia new_media(const ContentType& type, Slice data) {
     OwnedMedia media(new_record<tMMS_MediaData>());
     if (!media) return media;
-    media->pContentType = std::exchange(type.pType, nullptr);
-    media->pName = std::exchange(type.pName, nullptr);
-    media->bHasCharset = type.bHasCharset;
-    media->iCharset = type.iCharset;
+    if (!type.copy_type(media->pContentType) || !type.copy_name(media->pName)) {
+        media.reset();
+        return media;
+    }
+    media->bHasCharset = type.has_charset ? 1 : 0;
+    media->iCharset = type.charset;
     media->pData = borrowed_data(data);
     media->iDataLen = static_cast<uint32_t>(data.size);
     return media;
 }
 
-void take_fwd(tMMS_MediaData& media, tMMS_ContentType& type) {
-    media.bHasFwd = type.bHasFwd;
-    media.bFwd = type.bFwd;
-    media.pFwdParam = std::exchange(type.pFwdParam, nullptr);
-    media.iFwdParamLen = type.iFwdParamLen;
+[[nodiscard]] bool take_fwd(tMMS_MediaData& media, const ContentType& type) {
+    media.bHasFwd = type.has_fwd ? 1 : 0;
+    media.bFwd = type.fwd ? 1 : 0;
+    media.iFwdParamLen = static_cast<uint32_t>(type.fwd_bytes.size);
+    return type.copy_fwd(media.pFwdParam);
 }
 
 [[nodiscard]] bool give_generated_name(char*& field, const char* format, uint32_t number) {
@@ -92,16 +94,20 @@ void take_fwd(tMMS_MediaData& media, tMMS_ContentType& type) {
     return true;
 }
 
-// A part without a location is found by its name; a text without either is given both.
-[[nodiscard]] bool name_media(tMMS_MediaData& media, const char* format, uint32_t number) {
-    if (media.pContentLocation != nullptr) return true;
-    if (media.pName != nullptr) {
-        media.pContentLocation = copy_text(media.pName);
-        return media.pContentLocation != nullptr;
-    }
-    if (!is_type(media.pContentType, "text/plain")) return true;
+// A text without location and name is given both.
+[[nodiscard]] bool name_text(tMMS_MediaData& media, const char* format, uint32_t number) {
+    if (media.pContentLocation != nullptr || media.pName != nullptr ||
+        !is_type(media.pContentType, "text/plain"))
+        return true;
     return give_generated_name(media.pContentLocation, format, number) &&
            give_generated_name(media.pName, format, number);
+}
+
+// A part without a location is found by its name.
+[[nodiscard]] bool locate_by_name(tMMS_MediaData& media) {
+    if (media.pContentLocation != nullptr || media.pName == nullptr) return true;
+    media.pContentLocation = copy_text(media.pName);
+    return media.pContentLocation != nullptr;
 }
 
 // The text of a Content-ID header without its angle brackets. The opening double quote is that
@@ -157,17 +163,18 @@ class BodySplitter {
             return nullptr;
         }
         note_decode_success();
+        if (cut_) note_decode_failure("more parts than a message may have", in_.position());
         return content_.release();
     }
 
   private:
     // These give null, or why the body is refused.
     const char* read_body();
-    const char* read_single_text(tMMS_ContentType& type);
+    const char* read_single_text(const ContentType& type);
     const char* read_parts();
     const char* read_part(uint32_t headers_length, uint32_t data_length);
-    const char* keep_smil(tMMS_ContentType& type, Slice data);
-    const char* keep_media(tMMS_ContentType& type, BoundedReader headers, Slice data);
+    const char* keep_smil(const ContentType& type, Slice data);
+    const char* keep_media(const ContentType& type, BoundedReader headers, Slice data);
 
     void append(OwnedMedia media) {
         *tail_ = media.release();
@@ -180,6 +187,7 @@ class BodySplitter {
     tMMS_MediaData** tail_ = nullptr;
     uint32_t kept_ = 0;
     uint64_t part_start_ = 0;
+    bool cut_ = false;  // at the limit of parts
 };
 
 const char* BodySplitter::read_body() {
@@ -187,30 +195,33 @@ const char* BodySplitter::read_body() {
     if (!content_) return out_of_memory;
     tail_ = &content_->pMediaList;
     if (in_.byte() != field::content_type) return "body does not start with Content-Type";
-    const OwnedContentType type = read_content_type(in_);
-    if (!type) return out_of_memory;
+    const ContentType type = content_type(in_);
     if (in_.at_end()) return nullptr;
-    return is_type(type->pType, "text/plain") ? read_single_text(*type) : read_parts();
+    return type.is("text/plain") ? read_single_text(type) : read_parts();
 }
 
 // QUIRK single_text_name: a message of one text is MMS_Text0000.txt, not MMS_Text000.txt as the
-// first text of a multipart body is; hosts store the part under this name.
-const char* BodySplitter::read_single_text(tMMS_ContentType& type) {
+// first text of a multipart body is; hosts store the part under this name. A name of its own stays
+// its name alone and is not copied to its location.
+const char* BodySplitter::read_single_text(const ContentType& type) {
     OwnedMedia media = new_media(type, in_.take(in_.remaining()));
-    if (!media || !name_media(*media, "MMS_Text0000.txt", 0)) return out_of_memory;
+    if (!media || !name_text(*media, "MMS_Text0000.txt", 0)) return out_of_memory;
     append(std::move(media));
     return nullptr;
 }
 
 // The count is a limit only: the parts end with the input at the latest.
 const char* BodySplitter::read_parts() {
-    for (uint32_t left = read_uintvar(in_); left > 0 && !in_.at_end(); --left) {
+    const uint32_t declared = read_uintvar(in_);
+    uint32_t left = declared < limits::message_parts ? declared : limits::message_parts;
+    for (; left > 0 && !in_.at_end(); --left) {
         part_start_ = in_.position();
         const uint32_t headers_length = read_uintvar(in_);
         const uint32_t data_length = read_uintvar(in_);
         const char* reason = read_part(headers_length, data_length);
         if (reason != nullptr) return reason;
     }
+    cut_ = declared > limits::message_parts && !in_.at_end();
     return nullptr;
 }
 
@@ -218,35 +229,33 @@ const char* BodySplitter::read_parts() {
 // is shorter, and the data then follows it.
 const char* BodySplitter::read_part(uint32_t headers_length, uint32_t data_length) {
     const uint64_t start = in_.position();
-    const OwnedContentType type = read_content_type(in_, start + headers_length);
-    if (!type) return out_of_memory;
+    const ContentType type = content_type(in_, start + headers_length);
     const uint64_t type_length = in_.position() - start;
     const BoundedReader headers =
         in_.child(headers_length > type_length ? headers_length - type_length : 0);
     const Slice data = in_.take(data_length);
-    if (is_type(type->pType, "application/smil")) return keep_smil(*type, data);
-    return data.size != 0 ? keep_media(*type, headers, data) : nullptr;
+    if (type.is("application/smil")) return keep_smil(type, data);
+    return data.size != 0 ? keep_media(type, headers, data) : nullptr;
 }
 
 // The last SMIL part wins.
-const char* BodySplitter::keep_smil(tMMS_ContentType& type, Slice data) {
-    auto* smil = new_record<tMMS_SmilPart>();
-    if (smil == nullptr) return out_of_memory;
-    smil->pContentType = std::exchange(type.pType, nullptr);
+const char* BodySplitter::keep_smil(const ContentType& type, Slice data) {
+    Owned<tMMS_SmilPart> smil(new_record<tMMS_SmilPart>());
+    if (!smil || !type.copy_type(smil->pContentType)) return out_of_memory;
     smil->pData = borrowed_data(data);
     smil->iDataLen = static_cast<uint32_t>(data.size);
-    free_smil(std::exchange(content_->pSmil, smil), false);
+    free_smil(std::exchange(content_->pSmil, smil.release()), false);
     return nullptr;
 }
 
 // QUIRK part_text_name: the number follows "00" without padding and counts the parts kept before
 // (MMS_Text000.txt, MMS_Text0010.txt); the presentation refers to texts by these names.
-const char* BodySplitter::keep_media(tMMS_ContentType& type, BoundedReader headers, Slice data) {
+const char* BodySplitter::keep_media(const ContentType& type, BoundedReader headers, Slice data) {
     OwnedMedia media = new_media(type, data);
     if (!media) return out_of_memory;
-    take_fwd(*media, type);
-    if (!read_part_headers(headers, *media)) return out_of_memory;
-    if (!name_media(*media, "MMS_Text00%d.txt", kept_)) return out_of_memory;
+    if (!take_fwd(*media, type) || !read_part_headers(headers, *media) || !locate_by_name(*media) ||
+        !name_text(*media, "MMS_Text00%d.txt", kept_))
+        return out_of_memory;
     append(std::move(media));
     return nullptr;
 }

@@ -2,8 +2,6 @@
 // MMSProl_Headers.h. The other kinds are in MMSProl_Indications and MMSProl_SendContent.
 #include <mmskit/pdu.h>
 
-#include <iterator>
-
 #include "Protocol/src/MMSProl_Headers.h"
 #include "Protocol/src/field_codes.h"
 
@@ -43,7 +41,6 @@ constexpr MessageSyntax retrieve_conf_syntax = {
     .unlisted = Unlisted::read_over,
     .textual_names = true,
     .fields = retrieve_conf_fields,
-    .field_count = std::size(retrieve_conf_fields),
 };
 
 }  // namespace

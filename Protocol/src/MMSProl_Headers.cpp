@@ -16,12 +16,6 @@ constexpr uint8_t class_personal = 0x80;
 constexpr uint8_t value_yes = 0x80;
 constexpr uint8_t value_no = 0x81;
 
-const HeaderField* find_field(const MessageSyntax& syntax, uint8_t code) {
-    for (size_t i = 0; i < syntax.field_count; ++i)
-        if (syntax.fields[i].code == code) return &syntax.fields[i];
-    return nullptr;
-}
-
 // WAP-230 8.4.1.2: the first octet of any value tells where the value ends.
 void skip_any_value(BoundedReader& in) {
     const uint8_t first = in.peek();
@@ -51,7 +45,7 @@ Step HeaderContext::read_header() {
         return Step::next;
     }
     const uint8_t code = in.byte();
-    const HeaderField* field = find_field(syntax, code);
+    const HeaderField* field = syntax.fields.find(code);
     return field != nullptr ? field->read(*this, *field) : read_unlisted(code);
 }
 
@@ -72,12 +66,12 @@ bool HeaderContext::has_required(Step last) {
     return false;
 }
 
-void HeaderContext::join_address(uint32_t to, const char* address) {
+void HeaderContext::join_address(uint32_t to, Slice address) {
     for (AddressList& list : lists_) {
         if (list.to != to && list.to != nowhere) continue;
         if (list.to == to) list.text.byte(';');
         list.to = to;
-        list.text.bytes(address, std::strlen(address));
+        list.text.bytes(address.data, address.size);
         return;
     }
 }
@@ -173,9 +167,7 @@ Step address(HeaderContext& context, const HeaderField& field) {
 }
 
 Step address_list(HeaderContext& context, const HeaderField& field) {
-    OwnedText value;
-    if (!read_address(context.in, value)) return context.fail(out_of_memory);
-    context.join_address(field.to, value.get());
+    context.join_address(field.to, address_text(context.in));
     return Step::next;
 }
 
@@ -236,7 +228,7 @@ Step expiry(HeaderContext& context, const HeaderField& field) {
 Step content(HeaderContext& context, const HeaderField& field) {
     context.in.seek(context.field_start());
     const uint64_t size = context.in.remaining();
-    auto* copy = static_cast<uint8_t*>(allocate(size));
+    auto* copy = static_cast<uint8_t*>(allocate_unfilled(size));
     if (copy == nullptr) return context.fail(out_of_memory);
     std::memcpy(copy, context.in.here(), static_cast<size_t>(size));
     replace_owned(context.member<uint8_t*>(field.to), copy);

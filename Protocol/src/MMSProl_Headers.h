@@ -32,6 +32,31 @@ struct HeaderField {
 // What a field code does that has no row.
 enum class Unlisted : uint8_t { fail, stop, read_over };
 
+// The rows of a kind and, by code, where each stands.
+class FieldTable {
+  public:
+    template <size_t Count>
+    // NOLINTNEXTLINE(google-explicit-constructor): a list of rows is its table
+    constexpr FieldTable(const HeaderField (&rows)[Count]) : rows_(rows) {
+        static_assert(Count < UINT8_MAX);
+        for (size_t i = 0; i < Count; ++i)
+            place_[rows[i].code - first_code] = static_cast<uint8_t>(i + 1);
+    }
+
+    // Null for a code without a row.
+    const HeaderField* find(uint8_t code) const {
+        const uint8_t at = static_cast<uint8_t>(code - first_code);
+        const uint8_t place = at < sizeof place_ ? place_[at] : uint8_t{0};
+        return place != 0 ? &rows_[place - 1] : nullptr;
+    }
+
+  private:
+    static constexpr uint8_t first_code = 0x80;
+
+    const HeaderField* rows_;
+    uint8_t place_[64] = {};
+};
+
 struct MessageSyntax {
     MessageKind kind;
     uint8_t message_type = 0;          // the only one that header_value::message_type takes
@@ -42,8 +67,7 @@ struct MessageSyntax {
     uint8_t last_code = 0xFF;
     Unlisted unlisted;
     bool textual_names = false;  // a byte below 0x80 begins a textual name, which is read over
-    const HeaderField* fields;
-    size_t field_count;
+    FieldTable fields;
     uint32_t required = nowhere;    // offset of a text without which there is no record,
     bool required_at_end = true;    // also when the input was used up, not only after Step::stop
     const char* missing = nullptr;  // the reason given then
@@ -70,7 +94,7 @@ class HeaderContext {
         return Step::fail;
     }
     // Joins an address to the list that will be stored at `to`, with ";" between.
-    void join_address(uint32_t to, const char* address);
+    void join_address(uint32_t to, Slice address);
 
     const char* reason() const { return reason_; }
     uint64_t field_start() const { return field_start_; }

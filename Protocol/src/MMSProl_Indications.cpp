@@ -3,8 +3,6 @@
 // by the loop of MMSProl_Headers.h.
 #include <mmskit/pdu.h>
 
-#include <iterator>
-
 #include "Protocol/src/MMSProl_Headers.h"
 #include "Protocol/src/field_codes.h"
 
@@ -74,7 +72,6 @@ constexpr MessageSyntax send_conf_syntax = {
     .kind = kind_send_conf,
     .unlisted = Unlisted::stop,
     .fields = send_conf_fields,
-    .field_count = std::size(send_conf_fields),
     .required = offsetof(tMMS_SendConf, pTransactionId),
     .missing = no_transaction_id,
 };
@@ -83,7 +80,6 @@ constexpr MessageSyntax forward_conf_syntax = {
     .kind = kind_forward_conf,
     .unlisted = Unlisted::stop,
     .fields = forward_conf_fields,
-    .field_count = std::size(forward_conf_fields),
     .required = offsetof(tMMS_SendConf, pTransactionId),
     .missing = no_transaction_id,
 };
@@ -96,7 +92,6 @@ constexpr MessageSyntax notification_ind_syntax = {
     .wrong_type = "message type is not m-notification-ind",
     .unlisted = Unlisted::stop,
     .fields = notification_ind_fields,
-    .field_count = std::size(notification_ind_fields),
     .required = offsetof(tMMS_NotificationInd, pContentLocation),
     .required_at_end = false,
     .missing = "no content location",
@@ -109,7 +104,6 @@ constexpr MessageSyntax delivery_ind_syntax = {
     .wrong_type = "message type is not m-delivery-ind",
     .unlisted = Unlisted::fail,
     .fields = delivery_ind_fields,
-    .field_count = std::size(delivery_ind_fields),
 };
 
 constexpr MessageSyntax read_orig_ind_syntax = {
@@ -118,7 +112,6 @@ constexpr MessageSyntax read_orig_ind_syntax = {
     .wrong_type = "message type is not m-read-orig-ind",
     .unlisted = Unlisted::stop,
     .fields = read_orig_ind_fields,
-    .field_count = std::size(read_orig_ind_fields),
 };
 
 // OMA-MMS-ENC 7.2.27 (X-Mms-Response-Status): the assigned values up to unsupported-message.

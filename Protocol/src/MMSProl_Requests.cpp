@@ -33,21 +33,15 @@ void write_start(PduWriter& out, uint8_t type, const char* transaction_id) {
     write_octet(out, field::version, version_1_2);
 }
 
-// Octets of a time as it is written; 0 for one that is absent, also 0x80000000 and above.
-uint8_t time_octets(uint32_t seconds) {
-    return static_cast<uint8_t>(GetLongIntLength(static_cast<int32_t>(seconds)));
-}
-
 void write_date(PduWriter& out, uint32_t seconds) {
-    if (time_octets(seconds) == 0) return;
+    if (seconds == 0) return;
     out.byte(field::date);
     write_long_integer(out, seconds);
 }
 
 void write_time(PduWriter& out, uint8_t code, bool relative, uint32_t seconds) {
-    const uint8_t octets = time_octets(seconds);
-    if (octets == 0) return;
-    write_octet(out, code, static_cast<uint8_t>(octets + 2));
+    if (seconds == 0) return;
+    write_octet(out, code, static_cast<uint8_t>(long_integer_octets(seconds) + 2));
     out.byte(relative ? time_relative : time_absolute);
     write_long_integer(out, seconds);
 }

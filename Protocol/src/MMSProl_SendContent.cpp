@@ -2,8 +2,6 @@
 // loop of MMSProl_Headers.h.
 #include <mmskit/pdu.h>
 
-#include <iterator>
-
 #include "Protocol/src/MMSProl_Headers.h"
 #include "Protocol/src/field_codes.h"
 
@@ -38,7 +36,6 @@ constexpr MessageSyntax send_req_syntax = {
     .kind = kind_send_req,
     .unlisted = Unlisted::fail,
     .fields = send_req_fields,
-    .field_count = std::size(send_req_fields),
 };
 
 }  // namespace

@@ -80,7 +80,28 @@ constexpr const char* drm_types[] = {
     /* 75 */ "application/vnd.oma.drm.rights+wbxml",
 };
 
-constexpr uint8_t unknown_type = 255;
+// The rows by the length of their texts, so that a type is compared with those of its length only.
+constexpr size_t longest_type = 41;
+
+struct TypesByLength {
+    uint8_t first[longest_type + 2] = {};  // in `codes`, of each length
+    uint8_t codes[std::size(well_known_types)] = {};
+
+    constexpr TypesByLength() {
+        uint8_t filled = 0;
+        for (size_t length = 0; length <= longest_type; ++length) {
+            first[length] = filled;
+            for (size_t code = 0; code < std::size(well_known_types); ++code)
+                if (__builtin_strlen(well_known_types[code]) == length)
+                    codes[filled++] = static_cast<uint8_t>(code);
+        }
+        first[longest_type + 1] = filled;
+    }
+};
+constexpr TypesByLength types_by_length;
+static_assert(types_by_length.first[longest_type + 1] == std::size(well_known_types));
+
+constexpr int32_t unknown_type = 255;
 constexpr uint32_t type_buffer = 50;  // bytes; the longest row takes 42 with its NUL
 
 // The row's text, or null for a code without one.
@@ -91,58 +112,60 @@ const char* well_known_type(uint8_t code) {
     return nullptr;
 }
 
-// The media type in its short-integer or text form; false when memory is out.
-bool read_media_type(BoundedReader& in, tMMS_ContentType& type) {
+// The media type in its short-integer or text form.
+void read_media_type(BoundedReader& in, ContentType& type) {
     if (in.peek() < wsp::short_integer) {
-        OwnedText text;
-        if (!read_text(in, text)) return false;
-        type.pType = text.release();
-        return true;
+        type.text = in.text();
+        type.known = nullptr;
+        return;
     }
-    const uint8_t code = in.byte() & 0x7F;
-    type.pType = DecodeWellKnownContentType(code);
-    return type.pType != nullptr || well_known_type(code) == nullptr;
+    type.known = well_known_type(in.byte() & 0x7F);
 }
 
 // ---- Parameters of the general form (WAP-230 8.4.2.4) ---------------------------------------
 
-enum class Step : uint8_t { next, stop, out_of_memory };
+enum class Step : uint8_t { next, stop };
 
-Step read_charset(BoundedReader& in, tMMS_ContentType& type) {
-    type.bHasCharset = 1;
+Step read_charset(BoundedReader& in, ContentType& type, uint64_t field_end) {
+    type.has_charset = true;
     const uint8_t first = in.peek();
     if (first >= wsp::short_integer) {
-        type.iCharset = in.byte() & 0x7FU;
+        type.charset = in.byte() & 0x7FU;
         return Step::next;
     }
-    type.iCharset = long_integer_at(in);
-    // Past a length that is no short-length, the next parameter cannot be told.
-    if (first > wsp::longest_short_length) return Step::stop;
-    in.skip(uint64_t{1} + first);
+    // Behind a quoted length the next parameter cannot be told. Where a cursor has no end such a
+    // length, which reaches 32 KB far, leads no further behind the field than a short one would.
+    if (first == wsp::length_quote) {
+        const uint64_t reach = field_end + wsp::longest_short_length;
+        type.charset = long_integer_at(in.is_bounded() ? in : in.cut_at(reach));
+        return Step::stop;
+    }
+    type.charset = long_integer_at(in);
+    // QUIRK charset_octet_above_31_is_none: it stands for no octets, so that the parameters behind
+    // it are still read.
+    in.skip(first <= wsp::longest_short_length ? uint64_t{1} + first : 1);
     return Step::next;
 }
 
-Step read_name(BoundedReader& in, tMMS_ContentType& type) {
-    OwnedText name;
-    if (!read_quoted_text(in, name)) return Step::out_of_memory;
-    replace_owned(type.pName, name.release());
+Step read_name(BoundedReader& in, ContentType& type, uint64_t) {
+    type.name = quoted_text(in);
     return Step::next;
 }
 
-Step pass_text(BoundedReader& in, tMMS_ContentType&) {
+Step pass_text(BoundedReader& in, ContentType&, uint64_t) {
     in.text();
     return Step::next;
 }
 
-Step pass_text_or_short_integer(BoundedReader& in, tMMS_ContentType& type) {
-    if (in.peek() < wsp::short_integer) return pass_text(in, type);
+Step pass_text_or_short_integer(BoundedReader& in, ContentType& type, uint64_t field_end) {
+    if (in.peek() < wsp::short_integer) return pass_text(in, type, field_end);
     in.skip(1);
     return Step::next;
 }
 
 struct Parameter {
     uint8_t code;
-    Step (*read)(BoundedReader& in, tMMS_ContentType& type);
+    Step (*read)(BoundedReader& in, ContentType& type, uint64_t field_end);
 };
 
 // A parameter that is not here ends the reading of parameters: its extent is not known, and the
@@ -183,47 +206,80 @@ uint64_t fwd_size_with(const BoundedReader& in, const char* word) {
     return 0;
 }
 
-Step read_fwd(BoundedReader& in, tMMS_ContentType& type) {
-    type.bHasFwd = 1;
+Step read_fwd(BoundedReader& in, ContentType& type) {
+    type.has_fwd = true;
     const uint64_t no = fwd_size_with(in, "no");
     const uint64_t yes = fwd_size_with(in, "yes");
-    if (no != 0 || yes != 0) type.bFwd = yes != 0;
-    const Slice bytes = in.take(no + yes != 0 ? no + yes : fwd_name_size);
-    char* copy = copy_text(bytes.data, bytes.size);
-    if (copy == nullptr) return Step::out_of_memory;
-    replace_owned(type.pFwdParam, reinterpret_cast<uint8_t*>(copy));
-    type.iFwdParamLen = static_cast<uint32_t>(bytes.size);
+    if (no != 0 || yes != 0) type.fwd = yes != 0;
+    type.fwd_bytes = in.take(no + yes != 0 ? no + yes : fwd_name_size);
     return Step::next;
 }
 
-Step read_parameter(BoundedReader& in, tMMS_ContentType& type) {
+Step read_parameter(BoundedReader& in, ContentType& type, uint64_t field_end) {
     const uint8_t code = in.peek();
     if (code < wsp::short_integer) return fwd_at(in) ? read_fwd(in, type) : Step::stop;
     for (const Parameter& parameter : parameters) {
         if (parameter.code != code) continue;
         in.skip(1);
-        return parameter.read(in, type);
+        return parameter.read(in, type, field_end);
     }
     return Step::stop;
 }
 
-// The general form; false when memory is out. The declared length decides where the parameters and
+// The general form. The declared length decides where the parameters and
 // the field end; a value that began before is read whole, as far as what encloses the field
 // reaches, so that all the parts of a body cost no more than their headers. What is not there reads
 // as zeros, and a zero is no parameter, so the loop ends with the input at the latest.
-bool read_general_form(BoundedReader& in, tMMS_ContentType& type, uint64_t enclosed_by) {
+void read_general_form(BoundedReader& in, ContentType& type, uint64_t enclosed_by) {
     const uint32_t length = read_value_length(in);
     const uint64_t end = in.position() + length;
     BoundedReader values = in.cut_at(std::max(end, enclosed_by));
     in.skip(length);
-    if (!read_media_type(values, type)) return false;
+    read_media_type(values, type);
     Step step = Step::next;
     while (step == Step::next && values.position() < end)
-        step = read_parameter(values, type);
-    return step != Step::out_of_memory;
+        step = read_parameter(values, type, end);
+}
+
+[[nodiscard]] bool copy_slice(char*& to, Slice from) {
+    to = from.data != nullptr ? copy_text(from.data, from.size) : nullptr;
+    return to != nullptr || from.data == nullptr;
 }
 
 }  // namespace
+
+ContentType content_type(BoundedReader& in, uint64_t enclosed_by) {
+    ContentType type;
+    if (in.peek() <= wsp::length_quote)
+        read_general_form(in, type, enclosed_by);
+    else
+        read_media_type(in, type);
+    return type;
+}
+
+bool ContentType::is(const char* wanted) const {
+    const size_t size = std::strlen(wanted);
+    if (known != nullptr) return std::strcmp(known, wanted) == 0;
+    return text.data != nullptr && text.size == size && std::memcmp(text.data, wanted, size) == 0;
+}
+
+bool ContentType::copy_type(char*& to) const {
+    if (known == nullptr) return copy_slice(to, text);
+    to = static_cast<char*>(allocate(type_buffer));
+    if (to != nullptr) std::memcpy(to, known, std::strlen(known) + 1);
+    return to != nullptr;
+}
+
+bool ContentType::copy_name(char*& to) const {
+    return copy_slice(to, name);
+}
+
+bool ContentType::copy_fwd(uint8_t*& to) const {
+    char* copy = nullptr;
+    const bool copied = copy_slice(copy, fwd_bytes);
+    to = reinterpret_cast<uint8_t*>(copy);
+    return copied;
+}
 
 void ContentTypeFree::operator()(tMMS_ContentType* type) const {
     fnSC_Free(&type->pType);
@@ -232,31 +288,39 @@ void ContentTypeFree::operator()(tMMS_ContentType* type) const {
     fnSC_Free(&type);
 }
 
-OwnedContentType read_content_type(BoundedReader& in, uint64_t enclosed_by) {
-    OwnedContentType type(new_record<tMMS_ContentType>());
-    if (!type) return type;
-    const bool general = in.peek() <= wsp::length_quote;
-    if (!(general ? read_general_form(in, *type, enclosed_by) : read_media_type(in, *type)))
-        type.reset();
-    return type;
+OwnedContentType read_content_type(BoundedReader& in) {
+    OwnedContentType record(new_record<tMMS_ContentType>());
+    if (!record) return record;
+    const ContentType type = content_type(in, UINT64_MAX);
+    if (!type.copy_type(record->pType) || !type.copy_name(record->pName) ||
+        !type.copy_fwd(record->pFwdParam)) {
+        record.reset();
+        return record;
+    }
+    record->bHasCharset = type.has_charset ? 1 : 0;
+    record->iCharset = type.charset;
+    record->bHasFwd = type.has_fwd ? 1 : 0;
+    record->bFwd = type.fwd ? 1 : 0;
+    record->iFwdParamLen = static_cast<uint32_t>(type.fwd_bytes.size);
+    return record;
 }
 
 }  // namespace mmskit
 
 char* DecodeWellKnownContentType(uint8_t code) {
-    const char* text = mmskit::well_known_type(code);
-    if (text == nullptr) return nullptr;
-    auto* copy = static_cast<char*>(mmskit::allocate(mmskit::type_buffer));
-    if (copy != nullptr) std::memcpy(copy, text, std::strlen(text) + 1);
-    return copy;
+    mmskit::ContentType type;
+    type.known = mmskit::well_known_type(code);
+    char* copy = nullptr;
+    return type.known != nullptr && type.copy_type(copy) ? copy : nullptr;
 }
 
-uint8_t EncodeContentType(const char* type) {
+int32_t EncodeContentType(const char* type) {
     if (type == nullptr) return mmskit::unknown_type;
-    uint8_t code = 0;
-    for (const char* row : mmskit::well_known_types) {
-        if (std::strcmp(type, row) == 0) return code;
-        code++;
-    }
+    const size_t length = std::strlen(type);
+    if (length > mmskit::longest_type) return mmskit::unknown_type;
+    const mmskit::TypesByLength& types = mmskit::types_by_length;
+    for (size_t i = types.first[length]; i < types.first[length + 1]; ++i)
+        if (std::memcmp(type, mmskit::well_known_types[types.codes[i]], length) == 0)
+            return types.codes[i];
     return mmskit::unknown_type;
 }

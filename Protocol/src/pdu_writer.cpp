@@ -5,13 +5,14 @@
 namespace mmskit {
 
 void PduWriter::bytes(const void* data, uint64_t count) {
-    uint8_t* to = room(count);
-    if (to != nullptr && count != 0) std::memcpy(to, data, static_cast<size_t>(count));
+    if (mode_ != Mode::measure) {
+        uint8_t* to = size_ + count <= capacity_ ? buffer_.get() + size_ : room(count);
+        if (to != nullptr && count != 0) std::memcpy(to, data, static_cast<size_t>(count));
+    }
     size_ += count;
 }
 
 uint8_t* PduWriter::room(uint64_t count) {
-    if (mode_ == Mode::measure) return nullptr;
     if (mode_ == Mode::borrowed) return borrowed_ + size_;
     const uint64_t needed = size_ + count;
     if (needed > capacity_) {
@@ -26,7 +27,7 @@ uint8_t* PduWriter::room(uint64_t count) {
 
 void PduWriter::reserve(uint64_t capacity) {
     if (failed_) return;
-    OwnedBytes larger(static_cast<uint8_t*>(allocate(capacity)));
+    OwnedBytes larger(static_cast<uint8_t*>(allocate_unfilled(capacity)));
     if (!larger) {
         failed_ = true;
         return;

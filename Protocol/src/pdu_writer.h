@@ -31,7 +31,12 @@ class PduWriter {
         return w;
     }
 
-    void byte(uint8_t value) { bytes(&value, 1); }
+    void byte(uint8_t value) {
+        if (mode_ == Mode::measure)
+            ++size_;
+        else
+            bytes(&value, 1);
+    }
     void bytes(const void* data, uint64_t count);
     // The text and its NUL; a null text is an empty one.
     void text(const char* s) {
@@ -54,7 +59,7 @@ class PduWriter {
   private:
     enum class Mode : uint8_t { grow, measure, borrowed };
 
-    // Where `count` bytes go, or null when they are only counted or cannot be stored.
+    // Where `count` bytes go that do not fit into the buffer, or null when they cannot be stored.
     uint8_t* room(uint64_t count);
     void reserve(uint64_t capacity);
 

@@ -97,14 +97,22 @@ bool read_encoded_string(BoundedReader& in, OwnedText& out) {
     return true;
 }
 
-bool read_address(BoundedReader& in, OwnedText& out) {
-    Slice address = without_quote(in.text());
+Slice quoted_text(BoundedReader& in) {
+    return without_quote(in.text());
+}
+
+Slice address_text(BoundedReader& in) {
+    Slice address = quoted_text(in);
     if (address.size != 0 && std::memchr(address.data, '@', address.size) == nullptr) {
         const void* slash = std::memchr(address.data, '/', address.size);
         if (slash != nullptr)
             address.size = static_cast<size_t>(static_cast<const uint8_t*>(slash) - address.data);
     }
-    return copy_out(address, out);
+    return address;
+}
+
+bool read_address(BoundedReader& in, OwnedText& out) {
+    return copy_out(address_text(in), out);
 }
 
 // ---- Writing ------------------------------------------------------------------------------
@@ -124,11 +132,18 @@ void write_value_length(PduWriter& out, uint32_t length) {
     write_uintvar(out, length);
 }
 
+uint8_t long_integer_octets(uint32_t value) {
+    uint8_t count = 0;
+    for (; value != 0; value >>= 8)
+        count++;
+    return count;
+}
+
 void write_long_integer(PduWriter& out, uint32_t value) {
-    const int32_t count = GetLongIntLength(static_cast<int32_t>(value));
+    const uint8_t count = long_integer_octets(value);
     if (count == 0) return;
-    out.byte(static_cast<uint8_t>(count));
-    for (int32_t i = count - 1; i >= 0; i--)
+    out.byte(count);
+    for (int i = count - 1; i >= 0; i--)
         out.byte(static_cast<uint8_t>(value >> (8 * i)));
 }
 
@@ -165,7 +180,8 @@ bool write_address(PduWriter& out, const char* address) {
 void write_receivers(PduWriter& out, const char* list, uint8_t code) {
     if (list == nullptr) return;
     // QUIRK empty_receiver_ends_the_list: whatever follows ";;" is dropped, and so is what
-    // follows an entry of exactly 60 characters, whose ";" is left for an empty entry.
+    // follows an entry whose characters, blanks counted, are a multiple of 60: its ";" is left for
+    // an empty entry.
     for (;;) {
         char entry[receiver_limit + 1] = {};
         if (GetOneReceiverValue(&list, entry) == 0) return;
@@ -175,7 +191,7 @@ void write_receivers(PduWriter& out, const char* list, uint8_t code) {
 }
 
 void write_media_type(PduWriter& out, const char* type) {
-    const uint8_t code = EncodeContentType(type);
+    const int32_t code = EncodeContentType(type);
     if (code < wsp::short_integer)
         out.byte(static_cast<uint8_t>(wsp::short_integer | code));
     else

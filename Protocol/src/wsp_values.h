@@ -32,6 +32,10 @@ uint32_t read_value_length(BoundedReader& in);
 // The long integer whose length octet stands at the cursor, which does not move.
 uint32_t long_integer_at(BoundedReader in);
 
+// A text without a leading quote (0x7F), and an address without its type, in place.
+Slice quoted_text(BoundedReader& in);
+Slice address_text(BoundedReader& in);
+
 [[nodiscard]] bool read_text(BoundedReader& in, OwnedText& out);
 // As read_text(), without a leading quote (0x7F).
 [[nodiscard]] bool read_quoted_text(BoundedReader& in, OwnedText& out);
@@ -39,20 +43,43 @@ uint32_t long_integer_at(BoundedReader in);
 [[nodiscard]] bool read_encoded_string(BoundedReader& in, OwnedText& out);
 [[nodiscard]] bool read_address(BoundedReader& in, OwnedText& out);
 
+// A Content-type field taken apart in place: what is not there has no data.
+struct ContentType {
+    const char* known = nullptr;  // the text of a well-known number
+    Slice text;                   // or the type as it stands
+    Slice name;
+    Slice fwd_bytes;
+    uint32_t charset = 0;
+    bool has_charset = false;
+    bool has_fwd = false;
+    bool fwd = false;
+
+    bool is(const char* wanted) const;
+    // Copies, null for what is not there. False when memory is out.
+    [[nodiscard]] bool copy_type(char*& to) const;
+    [[nodiscard]] bool copy_name(char*& to) const;
+    [[nodiscard]] bool copy_fwd(uint8_t*& to) const;
+};
+
+// A whole Content-type field; the cursor ends after its total length. The general form's values are
+// read up to the position `enclosed_by`, or further if it declares more.
+ContentType content_type(BoundedReader& in, uint64_t enclosed_by = UINT64_MAX);
+
 struct ContentTypeFree {
     void operator()(tMMS_ContentType* type) const;
 };
 using OwnedContentType = Owned<tMMS_ContentType, ContentTypeFree>;
 
-// A whole Content-type field; the cursor ends after its total length. The general form's values are
-// read up to the position `enclosed_by`, or further if it declares more. Null when memory is out.
-OwnedContentType read_content_type(BoundedReader& in, uint64_t enclosed_by = UINT64_MAX);
+// The same as a record. Null when memory is out.
+OwnedContentType read_content_type(BoundedReader& in);
 
 // ---- Writing ------------------------------------------------------------------------------
 
 void write_uintvar(PduWriter& out, uint32_t value);
 void write_value_length(PduWriter& out, uint32_t length);
-// Octet count and octets of a value above 0; nothing for 0 or for 0x80000000 and above.
+// 1 to 4 octets; none for 0.
+uint8_t long_integer_octets(uint32_t value);
+// Octet count and octets; nothing for 0.
 void write_long_integer(PduWriter& out, uint32_t value);
 void write_quoted_text(PduWriter& out, const char* text);
 void write_encoded_string(PduWriter& out, const char* text);

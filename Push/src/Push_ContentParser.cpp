@@ -56,6 +56,7 @@ bool read_header(Document& doc, TableLength rule) {
         table_length = uint64_t{first.text().size} + 1;
         fnSCFS_printLog_param("Push_ContentParser.cpp", __LINE__);
         fnSCFS_printLog("string table of %u bytes", static_cast<uint32_t>(table_length));
+        fnSCFS_printLog_param(nullptr, 0);  // the place of a log line is a block of its own
     }
     doc.left -= static_cast<int64_t>(table_length);
     doc.in.skip(table_length);
@@ -79,22 +80,16 @@ struct HrefStart {
 constexpr std::array<HrefStart, 5> href_starts{
     {{"", 2}, {"http://", 2}, {"http://www.", 2}, {"https://", 0}, {"https://www.", 2}}};
 
-// The inline string behind an attribute start or a content token. False when memory is out.
+// The inline string behind an attribute start. False when memory is out and for a suffix alone,
+// which ends the document whatever its count says of it.
 bool replace_with_string(Document& doc, const char* prefix, char*& field) {
     doc.in.skip(1);
-    PushString string = push_string(doc.in);
+    const PushString string = push_string(doc.in);
     doc.left -= string.counted;
-    if (!string.text) return false;
-    const size_t prefix_length = std::strlen(prefix);
-    if (prefix_length != 0) {
-        OwnedText whole(static_cast<char*>(allocate(uint64_t{string.counted} + prefix_length)));
-        if (!whole) return false;
-        std::memcpy(whole.get(), prefix, prefix_length);
-        std::memcpy(whole.get() + prefix_length, string.text.get(), string.counted);
-        string.text = std::move(whole);
-    }
-    replace_owned(field, string.text.release());
-    return true;
+    if (string.suffix_left) return false;
+    char* whole = string.copy(prefix);
+    if (whole != nullptr) replace_owned(field, whole);
+    return whole != nullptr;
 }
 
 // An href start whose token is read over; without an inline string behind it only the token counts.
@@ -132,17 +127,17 @@ struct NotifyText {
     uint64_t size = 0;  // without terminator
     uint64_t room = 0;
 
-    bool append(const char* more) {
-        const uint64_t length = std::strlen(more);
+    bool append(const PushString& more) {
+        const uint64_t length = more.length();
         if (size + length + 1 > room) {
             const uint64_t wanted = text == nullptr ? length + 1 : 2 * (size + length + 1);
-            auto* grown = static_cast<char*>(allocate(wanted));
+            auto* grown = static_cast<char*>(allocate_unfilled(wanted));
             if (grown == nullptr) return false;
-            if (size != 0) std::memcpy(grown, text, size);
+            if (text != nullptr) std::memcpy(grown, text, size);
             replace_owned(text, grown);
             room = wanted;
         }
-        std::memcpy(text + size, more, length + 1);
+        more.put(text + size);
         size += length;
         return true;
     }
@@ -190,7 +185,7 @@ Outcome read_attributes(Document& doc, tPush_SiContent& si) {
 Outcome read_inline_text(Document& doc, NotifyText& notify) {
     const PushString string = push_string(doc.in);
     doc.left -= string.counted;
-    return string.text && notify.append(string.text.get()) ? Outcome::go_on : Outcome::failed;
+    return !string.suffix_left && notify.append(string) ? Outcome::go_on : Outcome::failed;
 }
 
 void read_table_text(Document& doc, NotifyText& notify) {

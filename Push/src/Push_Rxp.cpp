@@ -1,7 +1,7 @@
-// RXP 1.5.0 behind Push_Rxp.h. What it does by default and must not do here: open external entities
-// (also over HTTP), print warnings. What it leaves to its caller: the stream, the document's
-// entity, and the order of release, in which sources go before what they read from.
-#include "Push/src/Push_Rxp.h"
+// RXP 1.5.0 behind Push_XmlTree.h. What it does by default and must not do here: open external
+// entities (also over HTTP), print warnings. What it leaves to its caller: the stream, the
+// document's entity, and the order of release, in which sources go before what they read from.
+#include "Push/src/Push_XmlTree.h"
 
 #include "scshare/common/src/owned.h"
 
@@ -16,6 +16,17 @@ extern "C" {
 
 namespace mmskit {
 namespace {
+
+// The parser's tables are most of what a short document costs, so they are made once.
+struct ParserTables {
+    bool made = false;
+
+    bool make() {
+        if (!made) made = init_parser() != -1;
+        return made;
+    }
+};
+ParserTables tables;
 
 InputSource refuse_entity(Entity, void*) {
     return nullptr;
@@ -45,91 +56,68 @@ XmlNode facts_of(const xbit* bit) {
     return node;
 }
 
-constexpr bool is_surrogate(uint32_t unit, uint32_t first) {
-    return unit >= first && unit < first + 0x400;
-}
-constexpr uint32_t high_surrogate = 0xD800;
-constexpr uint32_t low_surrogate = 0xDC00;
-
-uint32_t next_code_point(const uint16_t*& text) {
-    constexpr uint32_t replacement = 0xFFFD;
-    const uint32_t unit = *text++;
-    if (is_surrogate(unit, high_surrogate) && is_surrogate(*text, low_surrogate))
-        return 0x10000 + ((unit - high_surrogate) << 10) + (*text++ - low_surrogate);
-    const bool lone = is_surrogate(unit, high_surrogate) || is_surrogate(unit, low_surrogate);
-    return lone ? replacement : unit;
-}
-
-char* put_code_point(char* out, uint32_t c) {
-    const auto put = [&out](uint32_t byte) { *out++ = static_cast<char>(byte); };
-    if (c < 0x80) {
-        put(c);
-        return out;
-    }
-    if (c < 0x800) {
-        put(0xC0 | (c >> 6));
-    } else {
-        if (c < 0x10000) {
-            put(0xE0 | (c >> 12));
-        } else {
-            put(0xF0 | (c >> 18));
-            put(0x80 | ((c >> 12) & 0x3F));
-        }
-        put(0x80 | ((c >> 6) & 0x3F));
-    }
-    put(0x80 | (c & 0x3F));
-    return out;
-}
-
 }  // namespace
 
+struct XmlDocument::Parse {
+    InputSource source;
+    Parser parser;
+    Entity document_entity;
+    XBit tree;
+};
+
 bool XmlDocument::open(FILE* stream) {
+    parse_ = new_record<Parse>();
+    if (parse_ == nullptr) return false;
     InputSource source = SourceFromStream("XMLFile", stream);
     if (source == nullptr) return false;
-    document_entity_ = source->entity;
-    source_ = source;
-    initialized_ = init_parser() != -1;
-    if (!initialized_) return false;
+    parse_->document_entity = source->entity;
+    parse_->source = source;
+    if (!tables.make()) return false;
     Parser parser = NewParser();
     if (parser == nullptr) return false;
-    parser_ = parser;
+    parse_->parser = parser;
     ParserSetEntityOpener(parser, refuse_entity);
     ParserSetWarningCallback(parser, ignore_warning);
     // From here on the source is the parser's, which also keeps one that it then refuses.
     if (ParserPush(parser, source) == -1 && parser->source == nullptr) return false;
-    source_ = nullptr;
+    parse_->source = nullptr;
     return parser->state != PS_error;
 }
 
 bool XmlDocument::read(XmlNode& root) {
-    auto* parser = static_cast<Parser>(parser_);
     for (;;) {
-        XBit tree = ReadXTree(parser);
+        XBit tree = ReadXTree(parse_->parser);
         if (tree == nullptr) return false;
-        tree_ = tree;
+        parse_->tree = tree;
         root = facts_of(tree);
         if (root.kind == XmlKind::element || root.kind == XmlKind::error) return true;
         // An instruction before the root element comes as a tree of its own.
         if (tree->type == XBIT_eof) return false;
         FreeXTree(tree);
-        tree_ = nullptr;
+        parse_->tree = nullptr;
     }
 }
 
 XmlDocument::~XmlDocument() {
-    auto* parser = static_cast<Parser>(parser_);
-    if (tree_ != nullptr) FreeXTree(static_cast<XBit>(tree_));
+    if (parse_ == nullptr) return;
+    const auto [source, parser, document_entity, tree] = *parse_;
+    fnSC_Free(&parse_);
+    if (tree != nullptr) FreeXTree(tree);
     if (parser != nullptr) {
         while (parser->source != nullptr)
             ParserPop(parser);
     }
-    if (source_ != nullptr) SourceClose(static_cast<InputSource>(source_));
+    if (source != nullptr) SourceClose(source);
     if (parser != nullptr) {
         FreeDtd(parser->dtd);
         FreeParser(parser);
     }
-    if (document_entity_ != nullptr) FreeEntity(static_cast<Entity>(document_entity_));
-    if (initialized_) deinit_parser();
+    if (document_entity != nullptr) FreeEntity(document_entity);
+}
+
+void xml_release() {
+    if (tables.made) deinit_parser();
+    tables.made = false;
 }
 
 XmlNode xml_child(const XmlNode& parent, int32_t index) {
@@ -146,34 +134,6 @@ void xml_attributes(const XmlNode& element, XmlAttributes& out) {
     // The parser lists them backwards.
     for (const auto* a = first; count != 0; a = a->next)
         out.items[--count] = {a->definition->name, a->value};
-}
-
-bool xml_equals(const uint16_t* text, const char* ascii) {
-    if (text == nullptr) return false;
-    while (*ascii != '\0' && *text == static_cast<unsigned char>(*ascii)) {
-        ++text;
-        ++ascii;
-    }
-    return *ascii == '\0' && *text == 0;
-}
-
-uint64_t xml_length(const uint16_t* text) {
-    uint64_t units = 0;
-    while (text != nullptr && text[units] != 0)
-        ++units;
-    return units;
-}
-
-char* xml_put_utf8(char* out, const uint16_t* text) {
-    while (text != nullptr && *text != 0)
-        out = put_code_point(out, next_code_point(text));
-    return out;
-}
-
-char* xml_copy_utf8(const uint16_t* text) {
-    auto* copy = static_cast<char*>(allocate(3 * xml_length(text) + 1));
-    if (copy != nullptr) xml_put_utf8(copy, text);
-    return copy;
 }
 
 }  // namespace mmskit

@@ -2,6 +2,7 @@
 // of the table (WAP-192 5.8.4).
 #include <array>
 #include <cstring>
+#include <initializer_list>
 
 #include "Push/src/push_internal.h"
 
@@ -10,7 +11,6 @@ namespace {
 
 constexpr uint8_t inline_string = 0x03;
 constexpr uint8_t first_suffix = 0x85;
-constexpr size_t suffix_length = 5;
 constexpr std::array<const char*, 4> suffixes{".com/", ".edu/", ".net/", ".org/"};
 
 const char* suffix_of(uint8_t token) {
@@ -20,34 +20,42 @@ const char* suffix_of(uint8_t token) {
 
 }  // namespace
 
-PushString push_string(BoundedReader& in) {
-    BoundedReader ahead = in;
-    const Slice first = ahead.text();
-    const char* suffix = suffix_of(ahead.peek());
-    if (suffix == nullptr) {
-        PushString plain{OwnedText(copy_text(first.data, first.size)),
-                         static_cast<uint32_t>(first.size + 1)};
-        if (!plain.text) return {};
-        in = ahead;
-        return plain;
+void PushString::put(char* out) const {
+    const Slice suffix_bytes{reinterpret_cast<const uint8_t*>(suffix), std::strlen(suffix)};
+    for (const Slice& piece : {first, suffix_bytes, second}) {
+        if (piece.size != 0) std::memcpy(out, piece.data, piece.size);
+        out += piece.size;
     }
-    Slice second;
-    BoundedReader behind = ahead;
-    behind.skip(1);
-    if (behind.byte() == inline_string) second = behind.text();
+    *out = '\0';
+}
+
+char* PushString::copy(const char* prefix) const {
+    const Slice before{reinterpret_cast<const uint8_t*>(prefix), std::strlen(prefix)};
+    auto* whole = static_cast<char*>(allocate_unfilled(uint64_t{before.size} + length() + 1));
+    if (whole == nullptr) return nullptr;
+    std::memcpy(whole, before.data, before.size);
+    put(whole + before.size);
+    return whole;
+}
+
+PushString push_string(BoundedReader& in) {
+    PushString string;
+    string.first = in.text();
+    const char* suffix = suffix_of(in.peek());
+    if (suffix != nullptr) {
+        string.suffix = suffix;
+        BoundedReader behind = in;
+        behind.skip(1);
+        if (behind.byte() == inline_string) string.second = behind.text();
+        // QUIRK suffix_alone_is_left: without a string behind it the suffix stays under the cursor,
+        // and the decoder refuses the document, as it is no token there.
+        string.suffix_left = string.second.size == 0;
+        if (!string.suffix_left) in = behind;
+    }
     // QUIRK suffix_counts_two_more: what is counted is the text that comes out, two bytes more than
     // were read, so a document may end by its count before what stands behind the address.
-    const uint64_t size = uint64_t{first.size} + second.size + suffix_length + 1;
-    PushString joined{OwnedText(static_cast<char*>(allocate(size))), static_cast<uint32_t>(size)};
-    if (!joined.text) return {};
-    char* end = joined.text.get();
-    std::memcpy(end, first.data, first.size);
-    std::memcpy(end + first.size, suffix, suffix_length);
-    if (second.size != 0) std::memcpy(end + first.size + suffix_length, second.data, second.size);
-    // QUIRK suffix_alone_is_left: without a string behind it the suffix stays under the cursor, and
-    // the decoder refuses it as its next token.
-    in = second.size != 0 ? behind : ahead;
-    return joined;
+    string.counted = static_cast<uint32_t>(uint64_t{string.length()} + 1);
+    return string;
 }
 
 char* push_table_string(BoundedReader table, int32_t index) {
@@ -67,10 +75,11 @@ extern "C" {
 
 char* MMS_GetStringFromPdu(const uint8_t** ppCursor, uint32_t* pLen) {
     auto in = mmskit::BoundedReader::unbounded(*ppCursor);
-    mmskit::PushString string = mmskit::push_string(in);
-    *pLen = string.counted;
-    *ppCursor = in.here();
-    return string.text.release();
+    const mmskit::PushString string = mmskit::push_string(in);
+    char* text = string.copy("");
+    *pLen = text != nullptr ? string.counted : 0;
+    if (text != nullptr) *ppCursor = in.here();
+    return text;
 }
 
 char* MMS_GetStringFromStrTable(const uint8_t* pTable, int16_t iIndex, uint32_t iLimit) {

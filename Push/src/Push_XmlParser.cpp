@@ -5,7 +5,7 @@
 #include <array>
 #include <cstring>
 
-#include "Push/src/Push_Rxp.h"
+#include "Push/src/Push_XmlTree.h"
 #include "Push/src/push_internal.h"
 #include "scfs/common/src/scfs_internal.h"
 #include "scshare/common/src/log.h"
@@ -207,6 +207,10 @@ tPush_SiContent* fnMMSPush_DecodeXmlSic(char* pText, uint32_t) {
 
 tPush_SlContent* fnMMSPush_DecodeXmlSl(char* pText, uint32_t) {
     return mmskit::decode<mmskit::SlText>(pText);
+}
+
+void fnMMSPush_ReleaseXml(void) {
+    mmskit::xml_release();
 }
 
 }  // extern "C"

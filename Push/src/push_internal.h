@@ -5,6 +5,8 @@
 
 #include <mmskit/push.h>
 
+#include <cstring>
+
 #include "scshare/common/src/bounded_reader.h"
 #include "scshare/common/src/owned.h"
 
@@ -46,10 +48,20 @@ inline constexpr uint32_t xml_text_charset = 166;
 uint32_t push_uintvar(BoundedReader& in);
 void push_date(BoundedReader& in, int64_t length, tSCFS_DateTime* out);
 
-// An inline string and the size by which the decoders count it. `text` is null when memory is out.
+// An inline string with its suffix token in place, and the size by which the decoders count it.
+// `suffix_left`: a suffix token without a string behind it is the next byte.
 struct PushString {
-    OwnedText text;
+    Slice first;
+    const char* suffix = "";
+    Slice second;
     uint32_t counted = 0;
+    bool suffix_left = false;
+
+    size_t length() const { return first.size + std::strlen(suffix) + second.size; }
+    // Writes length() bytes and a terminator.
+    void put(char* out) const;
+    // All of it behind `prefix`, as a new text; null when memory is out.
+    [[nodiscard]] char* copy(const char* prefix) const;
 };
 PushString push_string(BoundedReader& in);
 

@@ -1,6 +1,8 @@
 // The composer's fixed outcomes: its records' layout, the presentation byte for byte, the parts of
 // a message, received messages that are edited, memory running out and calls out of order. That
 // the editing calls do what they should in any sequence is the random walk's to show.
+#include <mmskit/presentation.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -158,6 +160,16 @@ TEST_F(Composer, received_messages) {
         twelve_texts += part(bytes("06 83 85 't' 00 81 EA"), "x");
     EXPECT_EQ(reedit(twelve_texts), CPS_OK);
     EXPECT_EQ(fnCPS_GetTotalSlides(), CPS_MAX_SLIDES);
+    EXPECT_EQ(fnCPS_GetCurSlideIndex(), 0);
+}
+
+TEST_F(Composer, no_message_leaves_the_view_of_another) {
+    const Guarded viewed(bytes("84 A3 01") + part(bytes("06 83 85 't' 00 81 EA"), "x"));
+    ASSERT_EQ(fnPAR_SmilParserEntry(viewed.data(), viewed.length()), 1);
+    EXPECT_EQ(reedit("") + fnCPS_ReEditMms(viewed.data(), -1), 2 * CPS_NOT_A_MESSAGE);
+    EXPECT_EQ(fnPAR_IsParEmpty(), 0);
+    EXPECT_EQ(reedit("no message"), CPS_NOT_A_MESSAGE);
+    EXPECT_EQ(fnPAR_IsParEmpty(), 1);
 }
 
 TEST_F(Composer, text_timing_is_not_taken_over) {

@@ -315,15 +315,16 @@ TEST(SlideView, WalkingStopsAtBothEnds) {
     release();
 }
 
-TEST(SlideView, ARefusedMessageLeavesAnEmptyView) {
+TEST(SlideView, NoMessageLeavesTheViewAndARefusedOneAnEmptyView) {
     const Guarded good(body_of({smil("<par><text src='t'/></par>"), t, p}));
-    const std::pair<const char*, int32_t> cases[] = {
-        {nullptr, 9}, {"\x84", 0}, {"\x84", -1}, {"\x83", 1}};
-    for (const auto& [bad, length] : cases) {
+    const std::tuple<const char*, int32_t, bool> cases[] = {
+        {nullptr, 9, true}, {"\x84", 0, true}, {"\x84", -1, true}, {"\x83", 1, false}};
+    for (const auto& [bad, length, stays] : cases) {
         const NoLeak check;
         ASSERT_EQ(show(good), 1);
+        const std::string held = walk();
         EXPECT_EQ(fnPAR_SmilParserEntry(reinterpret_cast<const uint8_t*>(bad), length), 0);
-        EXPECT_EQ(walk(), "");
+        EXPECT_EQ(walk(), stays ? held : "");
         release();
     }
 }
@@ -340,12 +341,7 @@ const std::string placed = every_kind(smil(
     "<layout><root-layout width='9'/><region id='R' fit='x' left='1'/></layout>"));
 
 TEST(SlideView, EveryAllocationMayFail) {
-    std::string regions;  // more than are walked
-    for (int i = 0; i < 40; ++i)
-        regions += print("<region id='%d' left='1'/>", i);
-    const std::string indexed = body_of(
-        {smil("<par><img src='p' region='0'/></par>", "<layout>" + regions + "</layout>"), p});
-    for (const std::string& message : {placed, every_kind(q), indexed}) {
+    for (const std::string& message : {placed, every_kind(q)}) {
         const Guarded body(message);
         fail_each_allocation([&body] { fuzz::walk_body(body.data(), body.length()); });
     }
@@ -370,25 +366,95 @@ TEST(SlideView, TextsBeyondTheCopyLimitAreLeftOut) {
     EXPECT_TRUE(seen(parts) + " " == expected);
 }
 
-TEST(SlideView, TenThousandOfEverythingAndAMegabyteOfAttributes) {
-    std::string pars, regions("<region />"), nested, attributes(1U << 20, ' '), expected, bare;
+std::string letters(int number) {  // digits do not tell parts apart
+    std::string name = print("%05d", number);
+    for (char& c : name)
+        c = static_cast<char>(c + 'a' - '0');
+    return name;
+}
+
+// A message of `count` parts and regions, each referred to, in the worst order for a walk, with
+// further references behind them; and its slides.
+std::pair<std::vector<std::string>, std::string> referring(int count, const std::string& more) {
+    std::string pars, regions, expected;
     std::vector<std::string> parts;
-    for (int i = 1; i <= 10000; ++i) {
-        std::string name;  // in letters: digits do not tell parts apart
-        for (const char c : print("%05d", i))
-            name += static_cast<char>(c + 'a' - '0');
+    for (int i = 1; i <= count; ++i) {
+        const std::string name = letters(i);
         regions += print("<region id='%d' left='%d'/>", i, i);
         pars += print("<par><img src='%s' region='%d'/></par>", name.c_str(), i);
         parts.push_back(media("image/gif", name, std::to_string(i)));
         expected += print("{0 i %s=%d@%d,0,0,0} ", name.c_str(), i, i);
+    }
+    parts.push_back(smil(pars + more, "<layout>" + regions + "</layout>"));
+    std::reverse(parts.begin(), parts.end());
+    return {parts, expected};
+}
+
+std::string last_error() {
+    uint32_t offset = 0;
+    const char* reason = fnMMS_GetLastError(&offset);
+    return std::string(reason) + " at " + std::to_string(offset);
+}
+
+TEST(SlideView, TwoThousandPartsAndRegionsAreEachReferredTo) {
+    const auto [parts, expected] = referring(2000, "");
+    EXPECT_TRUE(seen(parts) + " " == expected);
+    EXPECT_EQ(last_error(), "no error at 0");
+}
+
+TEST(SlideView, ReferencesBeyondTheWorkLimitNameNothing) {
+    // The 2,000 pass 1999000 parts and as many regions; each further one, to what comes last and is
+    // placed, passes 2,001 parts and 1,999 regions.
+    constexpr uint64_t fit = (mmskit::limits::reference_work - 2 * 1999000) / 4000;
+    const std::string again = "<par><img src='aaaab' region='1'/></par>", last = "<img src='p'/>";
+    auto [parts, expected] = referring(2000, repeated(again, 120) + "<par>" + last + "</par>");
+    parts.push_back(p);
+    EXPECT_TRUE(seen(parts) + " " ==
+                expected + repeated("{0 i aaaab=1@1,0,0,0} ", fit) + "+p image/gif=P ");
+    const std::string reason = "more references than can be looked up at ";
+    ASSERT_TRUE(last_error().starts_with(reason)) << last_error();
+    const std::string body = body_of(parts);
+    const size_t first =
+        body.find("<par><img src=\"aaaab\" region=\"1\"/></par><par><img src=\"aaaab\"");
+    const size_t tag_end = first + fit * again.size() + again.size() - std::strlen("</par>");
+    EXPECT_EQ(last_error(), reason + std::to_string(tag_end));
+}
+
+TEST(SlideView, WhyAMessageHasNoSlidesIsTold) {
+    const auto told = [](const std::vector<std::string>& parts) {
+        const Guarded body(body_of(parts));
+        const int32_t result = show(body);
+        const std::string out = std::to_string(result) + " " + last_error();
+        fnPAR_SmilFree();
+        return out;
+    };
+    const std::string ucs2 = part(bytes("05 83 81 02 03 E8 8E 'n' 00"), "X");
+    const std::string nameless = part(bytes("BC"), "X");
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{t, p}, "1 no error at 0"},
+        {{smil("<par><img src='p'/></par>"), p}, "1 no error at 0"},
+        {{ucs2}, "0 text that cannot be converted at 14"},
+        {{nameless}, "0 part without a content type at 6"},
+        {{smil(""), nameless}, "0 part without a name and a content type at "},
+        {{raw("<smil><body><par>"), p}, "1 presentation breaks off at "},
+        {{raw(bytes("'<body>' 00 '</body>'")), p}, "1 presentation breaks off at 22"},
+        {{smil("<par><text src='n'/></par>"), ucs2}, "1 text that cannot be converted at "},
+    };
+    for (const auto& [parts, expected] : cases)
+        EXPECT_TRUE(told(parts).starts_with(expected)) << told(parts) << " is not " << expected;
+    EXPECT_EQ(fnPAR_SmilParserEntry(nullptr, 0), 0);
+    EXPECT_EQ(last_error(), "no body at 0");
+}
+
+TEST(SlideView, TenThousandSlidesAndAMegabyteOfAttributes) {
+    std::string pars, nested, attributes(1U << 20, ' '), expected;
+    for (int i = 0; i < 10000; ++i) {
         attributes += "a='' ";
         nested += "<par>";
-        bare += "{7} ";
+        expected += "{7} ";
     }
-    pars += "<par " + attributes + "dur='7'>" + nested + "</par>";
-    parts.push_back(smil(pars, "<layout>" + regions + "</layout>"));
-    std::reverse(parts.begin(), parts.end());  // the worst order for a walk
-    EXPECT_TRUE(seen(parts) + " " == expected + bare);
+    EXPECT_TRUE(seen({smil("<par " + attributes + "dur='7'>" + nested + "</par>")}) + " " ==
+                expected);
 }
 
 }  // namespace

@@ -63,7 +63,8 @@ TEST(Body, splitting_rules_and_each_body_damaged_and_out_of_memory) {
         {"another_first_byte", "83 83 'x'", "body does not start with Content-Type at 0"},
         {"single_text_name", "84 83 'hello'",
          "text/plain MMS_Text0000.txt - MMS_Text0000.txt [hello]\n"},
-        {"named_single_text", "84 04 83 85 'a' 00 'x'", "text/plain a - a [x]\n"},
+        {"named_single_text", "84 04 83 85 'a' 00 'x'", "text/plain - - a [x]\n"},
+        {"single_text_of_an_empty_name", "84 03 83 85 00 'x'", "text/plain - -  [x]\n"},
         {"part_headers_with_location_read_without_its_quote",
          "84 B3 01 17 01 9E AE 01 'z' C0 22 '<i>' 00 C5 01 'z' 8E 6F 00 8E 7F E9 00 B0 8E 00 'd'",
          "image/jpeg \xE9 i - [d]\n"},
@@ -88,15 +89,21 @@ TEST(Body, splitting_rules_and_each_body_damaged_and_out_of_memory) {
     EXPECT_EQ(split(Guarded("").data(), -1), "null input or length out of range at 0");
 }
 
-TEST(Body, parts_are_appended_in_linear_time) {
-    constexpr int count = 100000;
-    std::string body = bytes("84 A3") + uintvar(count);
-    for (int i = 0; i < count; ++i)
-        body += part("\x83", "x");
-    const Guarded guarded(body);
-    const std::string out = split(guarded.data(), guarded.length());
-    EXPECT_EQ(std::ranges::count(out, '\n'), count);
-    EXPECT_TRUE(out.ends_with("MMS_Text0099999.txt [x]\n"));
+// The most parts are kept in linear time; what is behind them is cut, and told with its place.
+TEST(Body, parts_end_at_their_limit) {
+    constexpr int limit = 16384;
+    for (const int count : {limit, limit + 1, 100000}) {
+        const std::string start = bytes("84 A3") + uintvar(static_cast<uint64_t>(count));
+        const std::string one = part("\x83", "x");
+        const Guarded body(start + repeated(one, static_cast<size_t>(count)));
+        const std::string out = split(body.data(), body.length());
+        EXPECT_EQ(std::ranges::count(out, '\n'), limit);
+        EXPECT_TRUE(out.ends_with("MMS_Text0016383.txt [x]\n"));
+        uint32_t offset = 0;
+        const std::string told = fnMMS_GetLastError(&offset);
+        EXPECT_EQ(told, count > limit ? "more parts than a message may have" : "no error");
+        EXPECT_EQ(offset, count > limit ? start.size() + limit * one.size() : 0);
+    }
 }
 
 TEST(Body, a_built_union_is_freed_with_its_smil_and_plain_texts_only) {

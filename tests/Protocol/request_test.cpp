@@ -38,10 +38,13 @@ TEST(Request, encoding_rules) {
     const tMMS_ForwardReq forward = {1,          0, nullptr, t("1"), t("2"), t("3@"),
                                      t("\xE9l"), 1, 1,       1000,   0,      1000};
     const tMMS_ReadRecInd other = {t("M"), t("a@"), t("z"), 2, 9};
+    const tMMS_ReadRecInd late_report = {t("M"), t("a@"), nullptr, 1, 0x80000001};
     const tMMS_ReadRecInd nameless = {nullptr, t("1"), nullptr, 0, 0};
     const auto odd = [](S& r) {
         r.pTransactionId = nullptr, r.bMessageClass = 4, r.bPriority = 3, r.iContentLen = 9;
-        r.iDate = r.iExpiry = r.iDeliveryTime = 0x80000000;
+    };
+    const auto late = [](S& r) {
+        r.iDate = 0x80000000, r.iExpiry = 0xFFFFFFFF, r.iDeliveryTime = 0x7FFFFFFF;
     };
     const struct {
         const char* rule;
@@ -52,6 +55,9 @@ TEST(Request, encoding_rules) {
              "82 'c@d' 00 81 7F C3" + phone + "81 'e'" + phone + "96 04 EA 'hi' 00 8A 83" +
              "88 04 80 02 01 00 87 03 81 01 01 8F 82 94 80 86 80 90 80 84"},
         {"out_of_range_and_absent", send(odd), "8C 80 98 00 8D 92" + relay + "8A 80" + tail},
+        {"times_of_2_to_the_31_and_more_have_four_octets", send(late),
+         head + "85 04 80 00 00 00" + relay + "8A 80 88 06 81 04 FF FF FF FF" +
+             "87 06 81 04 7F FF FF FF" + tail},
         {"delivery_time_token_is_always_relative",
          send([](S& r) { r.bDeliveryTimeRelative = 0, r.iDeliveryTime = 1000; }),
          head + relay + "8A 80 87 04 81 02 03 E8" + tail},
@@ -64,6 +70,8 @@ TEST(Request, encoding_rules) {
         {"forward_honours_its_flags", made<fnMMS_MakeFWDMessagePdu>(&forward),
          "8C 89 98 00 8D 92 85 01 01" + relay + "97 '1'" + phone + "82 '2'" + phone +
              "81 '3@' 00 88 04 81 02 03 E8 87 04 80 02 03 E8 86 80 90 81 83 7F E9 'l' 00"},
+        {"a_late_report", made<fnMMS_MakeReadRecIndPdu>(&late_report),
+         "8C 87 8D 92 8B 'M' 00 89 01 81 97 'a@' 00 85 04 80 00 00 01 9B 81"},
         {"any_other_status_is_read", made<fnMMS_MakeReadRecIndPdu>(&other),
          "8C 87 8D 92 8B 'M' 00 89 01 81 97 'a@' 00 85 01 09 9B 80"},
         {"no_message_id", made<fnMMS_MakeReadRecIndPdu>(&nameless), "'null 77'"},

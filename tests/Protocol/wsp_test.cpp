@@ -46,6 +46,10 @@ TEST(Wsp, writing) {
          "'1/TYPE=PLMN/TYPE=PLMN' 00"},
         {"empty_receiver_ends_the_list", receivers, "a@;;b@", "97 'a@' 00"},
         {"60 leave an empty one", receivers, x60 + ";1", "97 '" + x60 + "/TYPE=PLMN' 00"},
+        {"120 leave one too", receivers, x60 + x60 + ";1",
+         "97 '" + x60 + "/TYPE=PLMN' 00 97 '" + x60 + "/TYPE=PLMN' 00"},
+        {"blanks count", receivers, std::string(30, ' ') + std::string(30, 'y') + ";1",
+         "97 '" + std::string(30, 'y') + "/TYPE=PLMN' 00"},
         {"61 go on", receivers, x60 + "@", "97 '" + x60 + "/TYPE=PLMN' 00 97 '@' 00"},
     };
     for (const auto& [rule, write, text, wire] : cases) {
@@ -142,14 +146,23 @@ TEST(ContentType, well_known_types_keep_their_spelling) {
     const OwnedText form(DecodeWellKnownContentType(18)), drm(DecodeWellKnownContentType(72));
     EXPECT_STREQ(form.get(), "application/x-www-form-rulencoded");
     EXPECT_STREQ(drm.get(), "application/vnd.oma.drm.message");
-    EXPECT_EQ(EncodeContentType("Text/plain"), 255);
+    const int32_t unknown = EncodeContentType("Text/plain");
+    EXPECT_EQ(unknown, 255) << "not -1";
+    EXPECT_EQ(EncodeContentType(nullptr), 255);
+    static_assert(std::is_same_v<decltype(EncodeContentType("")), int32_t>);
 }
 
 TEST(ContentType, fields_and_their_whole_length) {
-    const std::tuple<const char*, const char*, const char*, uint32_t> cases[] = {
+    const std::string thirty = repeated("07", 30);
+    const std::tuple<const char*, std::string, const char*, uint32_t> cases[] = {
         {"short integer", "83", "text/plain ", 1},
         {"Type code, Start-info", "09 83 89 83 8B 'a' 00 85 'n' 00", "text/plain name=n ", 10},
         {"charset that cannot be passed", "05 83 81 1F 02 03 E8", "text/plain charset=1000 ", 6},
+        {"a quoted charset length leads 30 octets on", "05 83 81 1F 9F 00 " + thirty,
+         "text/plain charset=0 ", 6},
+        {"charset_octet_above_31_is_none", "07 83 81 20 85 'nm' 00",
+         "text/plain name=nm charset=0 ", 8},
+        {"and so is 127", "06 83 81 7F 85 'n' 00", "text/plain name=n charset=0 ", 7},
         {"the last name is kept", "08 'a' 00 85 7F C3 00 85 00", "a name= ", 9},
         {"an unknown parameter ends", "05 83 86 85 'n' 00", "text/plain ", 6},
         {"fwd no", "08 83 'fwd' 00 'No' 00", "text/plain fwd=0 66 77 64 00 4E 6F 00 ", 9},

@@ -128,17 +128,94 @@ TEST_F(StoreFile, DamagedFilesLoad) {
     });
 }
 
+// A list whose loading failed may not take the file's place, however much memory there is again.
 TEST_F(StoreFile, MemoryThatRunsOutChangesNoFile) {
-    const std::string old = bytes("'a' 00 '1' 00 0A");
+    const std::string old = repeated(bytes("'a' 00 '1' 00 0A"), 20);
     const std::string large(30000, 'v');
     fail_each_allocation([&] {
         put_file(path_, old);
-        reload();
-        const bool written =
-            list_.iCount == 1 && fnSCFS_INI_Write(path(), &list_, "b", large.c_str()) == 1;
+        fnSCFS_INI_List_Init(path(), &list_);
+        const bool loaded = list_.iCount == 20;
+        const bool written = fnSCFS_INI_Write(path(), &list_, "b", large.c_str()) == 1;
+        EXPECT_TRUE(loaded || !written);
         EXPECT_EQ(file_bytes(path_).size(), old.size() + (written ? large.size() + 4 : 0));
         fnSCList_Clear(&list_, fnSCFS_INI_FreeNode);
     });
+    fail_each_allocation([&] {  // of a reload, whose list may be as it was
+        put_file(path_, old);
+        reload();
+        reload();
+        if (fnSCFS_INI_Write(path(), &list_, "b", "") == 1)
+            EXPECT_EQ(file_bytes(path_), old + bytes("'b' 00 00 0A"));
+        else
+            EXPECT_EQ(file_bytes(path_), old);
+        fnSCList_Clear(&list_, fnSCFS_INI_FreeNode);
+    });
+}
+
+// One text a record.
+void* read_text(tSCFS_FileBuffer* buffer) {
+    const int32_t before = buffer->iPosition;
+    char* text = fnSCFS_Buffer_ReadString(buffer);
+    if (text == nullptr) buffer->iPosition = before;
+    return text;
+}
+void write_text(tSCFS_FileBuffer* buffer, void* record) {
+    fnSCFS_Buffer_WriteLine(buffer, static_cast<const char*>(record),
+                            fnSC_STRLEN(static_cast<char*>(record)));
+}
+
+TEST_F(StoreFile, ARecordListThatWasNotLoadedIsNotSaved) {
+    const std::string old = repeated(bytes("'a' 00 0A"), 9);
+    fail_each_allocation([&] {
+        put_file(path_, old);
+        const bool loaded = fnSCFS_Load_File_To_ListEx(path(), &list_, read_text, fnSC_Free) == 1;
+        const bool saved = fnSCFS_Save_List_To_File(path(), &list_, write_text) == 1;
+        const bool saved_fixed = fnSCFS_Save_List_To_FileEx(path(), &list_, write_text, 500) == 1;
+        EXPECT_TRUE(loaded || (!saved && !saved_fixed));
+        EXPECT_EQ(file_bytes(path_), old);
+        fnSCList_Clear(&list_, fnSC_Free);
+    });
+}
+
+TEST_F(StoreFile, AMarkedListIsSavedAgainOnceItIsLoadedClearedOrNew) {
+    const auto fail_to_load = [this] {
+        fs::resize_file(path_, 3ULL << 30);  // no file that can be read whole
+        reload();
+        EXPECT_EQ(fnSCFS_INI_WriteRAM(&list_, "a", "1"), 1) << "in memory all is well";
+        EXPECT_EQ(fnSCFS_Write_INI_To_File(path(), &list_), 0);
+        EXPECT_EQ(fs::file_size(path_), 3ULL << 30);
+    };
+    const auto saves = [this] { return fnSCFS_INI_Write(path(), &list_, "b", "2"); };
+    fs::remove(path_);
+    reload();
+    EXPECT_EQ(saves(), 1) << "no file is no failure";
+    fail_to_load();
+    fnSCList_Clear(&list_, fnSCFS_INI_FreeNode);
+    EXPECT_EQ(saves(), 1);
+    fail_to_load();
+    fs::resize_file(path_, 0);
+    reload();
+    EXPECT_EQ(saves(), 1);
+    fail_to_load();
+    fnSCList_Clear_ByType(
+        &list_, [](void* entry, uint32_t) { fnSCFS_INI_FreeNode(entry); }, 0);
+    fnSCList_Init(&list_);
+    EXPECT_EQ(saves(), 1);
+    EXPECT_EQ(file_bytes(path_), bytes("'b' 00 '2' 00 0A"));
+}
+
+// A file of zeros is an entry for each three of them.
+TEST_F(StoreFile, MoreEntriesThanAStoreMayHaveAreRefusedWithTheFileAsItWas) {
+    constexpr size_t most = 65536;
+    for (const size_t count : {most, most + 1}) {
+        std::ofstream(path_, std::ios::binary) << repeated(bytes("'k' 00 'v' 00 0A"), count);
+        reload();
+        EXPECT_EQ(list_.iCount, count == most ? static_cast<int32_t>(most) : 0);
+        EXPECT_EQ(fnSCFS_INI_WriteRAM(&list_, "new", "1"), count == most ? 0 : 1);
+        EXPECT_EQ(fnSCFS_Write_INI_To_File(path(), &list_), count == most ? 1 : 0);
+        EXPECT_EQ(fs::file_size(path_), count * 5);
+    }
 }
 
 }  // namespace

@@ -155,6 +155,25 @@ TEST_F(PushXml, bombs_are_refused_in_a_second_and_50_megabytes) {
         [] { return decode_xml_sl("<!DOCTYPE sl SYSTEM 'pipe'><sl href='h'/>") == "href=h 166"; }));
 }
 
+// What the parser keeps between documents is as a malformed one found it, and comes anew once given
+// back.
+TEST_F(PushXml, a_document_leaves_nothing_to_the_next) {
+    const std::string good = "<si><indication href='h'>t</indication></si>";
+    for (const char* before : {"<si xmlns='u' xmlns:a='v'><a:indication a:href='x'/></si>",
+                               "<si><indication href='h'", "<si><a></b></si>", "<si>&x;</si>",
+                               "<si>\xE4</si>", "<?a b?>", "", "<sl href='h'> </sl>"}) {
+        for (const bool released : {false, true}) {
+            decode_xml_si(before);
+            decode_xml_sl(before);
+            if (released) fnMMSPush_ReleaseXml();
+            EXPECT_EQ(decode_xml_si(good), "href=h text=t 166") << before << released;
+            EXPECT_EQ(decode_xml_sl("<sl href='h'/>"), "href=h 166") << before << released;
+        }
+    }
+    fnMMSPush_ReleaseXml();
+    fnMMSPush_ReleaseXml();
+}
+
 TEST_F(PushXml, survives_damage_and_lack_of_memory_and_holds_no_file) {
     const std::string si =
         "<si><indication href='h&amp;i' si-id='j'>t<![CDATA[u]]></indication></si>";

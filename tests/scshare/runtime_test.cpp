@@ -3,6 +3,7 @@
 // the sanitizers to see an output buffer that is too small.
 #include <gtest/gtest.h>
 #include <mmskit/runtime.h>
+#include <mmskit/version.h>
 
 #include <cfloat>
 #include <cstring>
@@ -189,6 +190,12 @@ TEST(Charset, utf8_lead_alone_decides) {
     ASSERT_EQ(UTF8toUCS2(in.data(), in.length(), units), 5);
     EXPECT_EQ((std::u16string{units, units + 6}),
               (std::u16string{0x41, 0x410, 0x20E9, 0x07D8, 0x01, 0}));
+}
+
+TEST(Runtime, the_version_is_the_headers) {
+    const std::string parts =
+        print("%d.%d.%d", MMSKIT_VERSION_MAJOR, MMSKIT_VERSION_MINOR, MMSKIT_VERSION_PATCH);
+    EXPECT_EQ(fnMMS_GetVersion(), parts);
 }
 
 }  // namespace

@@ -95,4 +95,11 @@ inline std::string file_bytes(const std::string& path) {
     return out;
 }
 
+inline std::string repeated(const std::string& piece, size_t count) {
+    std::string out;
+    while (count-- != 0)
+        out += piece;
+    return out;
+}
+
 }  // namespace testing_support

@@ -47,11 +47,4 @@ constexpr auto decode_sl = decoded<fnMMSPush_DecodeSlc, fnMMSPush_FreeSlc, const
 constexpr auto decode_xml_si = decoded<fnMMSPush_DecodeXmlSic, fnMMSPush_FreeSic, char>;
 constexpr auto decode_xml_sl = decoded<fnMMSPush_DecodeXmlSl, fnMMSPush_FreeSlc, char>;
 
-inline std::string repeated(const std::string& piece, size_t count) {
-    std::string out;
-    while (count-- != 0)
-        out += piece;
-    return out;
-}
-
 }  // namespace testing_support

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -96,6 +97,16 @@ TEST_F(Compose, complaints_name_the_key) {
         {R"({"to": )", 1, "parse error at line 1, column 8"},
         {R"({"too": "+1"})", 1, "too: there is no such key"},
         {R"({"to": ["+1", "+1;+2"]})", 1, "to[1]: \"+1;+2\" is not an address"},
+        {R"({"to": "+1,+2"})", 1, "to[0]: \"+1,+2\" is not one address"},
+        {"--to Bob", 1, "--to: \"Bob\" is not an address"},
+        {"--to +", 1, "--to: \"+\" is not an address"},
+        {"--to +1 --cc @host", 1, "--cc: \"@host\" is not an address"},
+        {"--to +1 --expiry 2025-12-31", 1, "--expiry: the time has passed"},
+        {"--to +1 --date 2037-01-02 --expiry 2037-01-01", 1, "--expiry: it is not after the"},
+        {R"({"to": "+1", "subject": ")" + std::string(126, 's') + "\"}", 1,
+         "subject: the subject has 126 bytes, and a message carries 125; cut_subject"},
+        {"--to +1 --subject ä" + std::string(123, 's'), 1,
+         "--subject: the subject has 125 bytes, and a message carries 124; --cut-subject"},
         {R"({"slides": [{"image": "no"}]})", 1, "slides[0].image: in/no: No such file or dir"},
         {R"({"slides": [{"image": "b.amr"}]})", 1, "slides[0].image: in/b.amr: it is audio/amr"},
         {R"({"slides": [{"text": "a\u0000b"}]})", 1, "slides[0].text: the text holds a NUL"},
@@ -108,6 +119,7 @@ TEST_F(Compose, complaints_name_the_key) {
         {"--to +1 --slide image=in/a.jpg video=in/c.3gp", 1, "slide 1: video: the slide"},
         {"--to +1 --date 2025-02-29", 1, "--date: \"2025-02-29\" is not a date"},
         {"--to +1 --expiry 2038-01-20", 1, "--expiry: \"2038-01-20\" is not a time"},
+        {"--to +1 --delivery-time 2025-12-31", 1, "the delivery time has passed"},
         {"--to +1 --date 2026-01-02 --delivery-time 2026-01-01", 1, "the delivery time has"},
         {"in/m.json --to +1", 2, "--to"},
     };
@@ -129,16 +141,161 @@ TEST_F(Compose, complaints_name_the_key) {
 }
 
 TEST_F(Compose, what_the_wire_cannot_hold_is_warned_of) {
-    const std::string name(50, 'n');
-    const Outcome outcome = run("compose -o out.mms --to +1 --subject " + std::string(126, 's') +
-                                " --slide dur=3m image=in/a.jpg image-name=" + name +
-                                " image-type=image/x-more-than-24-bytes");
+    const Outcome outcome =
+        run("compose -o out.mms --to +1 --cut-subject --subject " + std::string(126, 's') +
+            " --slide dur=3m image=in/a.jpg image-name=" + std::string(50, 'n') +
+            " image-type=image/x-more-than-24-bytes --slide image=in/a.jpg image-type=image/gif"
+            " --date 2025-01-01 --expiry 2025-02-01");
     EXPECT_EQ(outcome.code, 0);
-    for (const char* piece : {"duration is sent as 120 s", "nnn is cut at 49 bytes",
-                              "cut at 24 characters", "subject is longer than 125 bytes"})
-        EXPECT_NE(outcome.err.find(piece), std::string::npos) << outcome.err;
-    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 4) << outcome.err;
+    for (const char* piece :
+         {"duration is sent as 120 s", "nnn is sent as nnn", "cut at 24 characters",
+          "subject has 126 bytes and is cut to", "--expiry: the time has passed",
+          "image-type: in/a.jpg is sent as image/x-",
+          "slide 2: image-type: in/a.jpg is sent as "
+          "image/gif, but its bytes are those of image/jpeg"})
+        EXPECT_NE(outcome.err.find(piece), std::string::npos) << piece << "\n" << outcome.err;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 7) << outcome.err;
     EXPECT_EQ(run("compose -o out.mms --to +1 --subject " + std::string(125, 's')).err, "");
+}
+
+// What strict decoders read back whole: the length octet counts the text, its character set, a
+// quote before a first character that is not ASCII, and the NUL, and holds seven bits.
+TEST_F(Compose, subjects_are_cut_where_the_length_octet_ends) {
+    const struct {
+        std::string given, sent;
+    } cases[] = {
+        {std::string(125, 's'), std::string(125, 's')},
+        {std::string(126, 's'), std::string(125, 's')},
+        {"ä" + std::string(122, 's'), "ä" + std::string(122, 's')},
+        {"ä" + std::string(123, 's'), "ä" + std::string(122, 's')},
+        {std::string(122, 's') + "🌅", std::string(122, 's')},
+        {std::string(121, 's') + "🌅", std::string(121, 's') + "🌅"},
+    };
+    for (const auto& [given, sent] : cases) {
+        SCOPED_TRACE(given);
+        const Outcome outcome =
+            run("compose --retrieved -o m.mms --cut-subject --subject '" + given + "'");
+        EXPECT_EQ(outcome.err.empty(), given == sent) << outcome.err;
+        EXPECT_EQ(shown("m.mms")["headers"]["subject"], sent);
+        const std::size_t room = sent.size() + (static_cast<uint8_t>(sent[0]) >= 0x80 ? 1 : 0) + 2;
+        EXPECT_NE(read("m.mms").find(std::string("\x96\x1F") + static_cast<char>(room) + "\xEA"),
+                  std::string::npos);
+        EXPECT_LE(room, 127U);
+    }
+}
+
+TEST_F(Compose, forwarded_subjects_lose_what_was_added_first) {
+    const std::string fits(120, 's');
+    const std::string full(125, 's');
+    const std::string cases[][2] = {{fits, "Fwd: " + fits}, {full, full}};
+    for (const auto& [received, sent] : cases) {
+        (void)run("compose --retrieved --slide text=a -o in.mms --subject " + received);
+        const Outcome refused = run("forward in.mms --to +2 -o refused.mms");
+        EXPECT_EQ(refused.code, received == fits ? 0 : 1);
+        EXPECT_EQ(refused.err, received == fits
+                                   ? ""
+                                   : "mmskit: the subject has 130 bytes, and a message "
+                                     "carries 125; --cut-subject shortens it\n");
+        EXPECT_EQ(run("forward in.mms --to +2 --cut-subject -o out.mms").code, 0);
+        EXPECT_EQ(shown("out.mms")["headers"]["subject"], sent);
+    }
+}
+
+TEST_F(Compose, a_documents_subject_is_cut_when_the_document_or_the_option_says_so) {
+    const std::string subject(130, 's');
+    for (const auto& [key, option] :
+         {std::pair(", \"cut_subject\": true", ""), std::pair("", " --cut-subject")}) {
+        write("m.json", R"({"to": "+1", "subject": ")" + subject + '"' + key + '}');
+        EXPECT_EQ(run("compose m.json -o m.mms" + std::string(option)).code, 0) << key;
+        EXPECT_EQ(shown("m.mms")["headers"]["subject"], subject.substr(0, 125));
+    }
+}
+
+// A part is found on its slide by its name, of which the wire carries 49 bytes.
+TEST_F(Compose, long_names_are_shortened_in_the_stem_and_stay_apart) {
+    const std::string stem(60, 'n');
+    const std::string sent = std::string(45, 'n') + ".jpg";
+    write(stem + "a.jpg", jpeg);
+    write(stem + "b.jpg", jpeg + "b");
+    const auto names = [&](const std::string& file) {
+        std::string told;
+        const json message = shown(file);
+        for (const json& slide : message["slides"])
+            told += slide["image"]["name"].get<std::string>() + ' ';
+        for (const json& attachment : message["attachments"])
+            told += attachment["name"].get<std::string>() + ' ';
+        return told;
+    };
+    const std::string expected =
+        sent + ' ' + std::string(43, 'n') + "-2.jpg " + std::string(43, 'n') + "-3.jpg ";
+    const Outcome outcome = run("compose --retrieved -o in.mms --slide image=" + stem +
+                                "a.jpg --slide image=" + stem + "b.jpg --attach " + stem + "a.jpg");
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 3) << outcome.err;
+    EXPECT_EQ(names("in.mms"), expected);
+
+    // The same for names that another program sent longer.
+    const std::string type = "\x9E\x8E";
+    std::string smil = "<smil><body>";
+    std::string body;
+    for (const char* end : {"a.jpg", "b.jpg"}) {
+        smil += "<par><img src=\"" + stem + end + "\"/></par>";
+        body += part(type + stem + end + '\0', jpeg + end);
+    }
+    body += part(type + stem + "c.jpg" + '\0', jpeg);
+    write("in.mms", bytes("84 A3 04") +
+                        part("application/smil" + std::string(1, '\0'), smil + "</body></smil>") +
+                        body);
+    EXPECT_EQ(run("forward in.mms --to +2 -o out.mms").code, 0);
+    EXPECT_EQ(names("out.mms"), expected);
+}
+
+// The presentation carries names as they are: one that is markup would end it for a strict reader.
+TEST_F(Compose, received_names_that_are_markup_are_replaced) {
+    const std::string zero(1, '\0');
+    const std::string type = "\x9E\x8E";
+    write("in.mms", bytes("84 A3 03") +
+                        part("application/smil" + zero,
+                             "<smil><body><par><img src=\"a&'b.jpg\"/></par></body></smil>") +
+                        part(type + "a&'b.jpg" + zero, jpeg) +
+                        part(type + "x/\xFF.jpg" + zero, jpeg));
+    const Outcome outcome = run("forward in.mms --to +2 -o out.mms");
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 2) << outcome.err;
+    const json message = shown("out.mms");
+    EXPECT_EQ(message["slides"][0]["image"]["name"], "a__b.jpg");
+    EXPECT_EQ(message["attachments"][0]["name"], "_ÿ.jpg");
+}
+
+TEST_F(Compose, every_message_has_an_id_of_its_own_and_a_retrieved_one_a_date) {
+    std::set<std::string> ids;
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(run("compose --retrieved --to +1 -o m.mms").code, 0);
+        ids.insert(shown("m.mms")["headers"]["transaction_id"].get<std::string>());
+    }
+    EXPECT_EQ(ids.size(), 3U);
+    EXPECT_GT(shown("m.mms")["headers"]["date"]["seconds"], 1700000000);
+    (void)run("compose --retrieved --to +1 --date none -o m.mms");
+    EXPECT_FALSE(shown("m.mms")["headers"].contains("date"));
+    (void)run("compose --to +1 -o m.mms");
+    EXPECT_FALSE(shown("m.mms")["headers"].contains("date"));
+}
+
+TEST_F(Compose, relative_times_are_told_as_a_person_counts) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"1s", "1 second"},
+        {"1m", "1 minute"},
+        {"2h", "2 hours"},
+        {"1d", "1 day"},
+        {"3d", "3 days"},
+        {"2w", "14 days"},
+        {"61s", "1 minute 1 second"},
+        {"1.5h", "1 hour 30 minutes"},
+        {"36h", "1 day 12 hours"},
+    };
+    for (const auto& [given, told] : cases) {
+        (void)run("compose --to +1 -o m.mms --expiry " + std::string(given));
+        const std::string line = "\nX-Mms-Expiry           in " + std::string(told) + "\n";
+        EXPECT_NE(run("show m.mms").out.find(line), std::string::npos) << given;
+    }
 }
 
 TEST_F(Compose, output_is_replaced_whole_or_not_at_all) {
@@ -198,19 +355,53 @@ TEST_F(Compose, answers_are_the_bytes_of_the_wire) {
         {"respond read-message --transaction-id T1 --to +1 --subject Read",
          "8C 80 98 'T1' 00 8D 92 89 01 81 97 '+1/TYPE=PLMN' 00 96 06 EA 'Read' 00 8A 83 86 81"
          "90 81 84 A3 00"},
-        {"forward --by-location http://h/1 --to +1 --transaction-id T1 --delivery-time 2025-12-31",
-         "8C 89 98 'T1' 00 8D 92 89 01 81 97 '+1/TYPE=PLMN' 00 87 06 80 04 69546780 86 81 90 81"
+        {"forward --by-location http://h/1 --to +1 --transaction-id T1 --delivery-time 2037-12-31",
+         "8C 89 98 'T1' 00 8D 92 89 01 81 97 '+1/TYPE=PLMN' 00 87 06 80 04 7FE6C600 86 81 90 81"
          "83 'http://h/1' 00"},
     };
     for (const auto& [arguments, pdu] : cases)
         EXPECT_EQ(hex(run(arguments + " -o -").out), hex(bytes(pdu))) << arguments;
     EXPECT_EQ(run("respond ack --transaction-id '' -o -").code, 1);
+    for (const auto& [time, told] : {std::pair("--delivery-time", "the delivery time has passed"),
+                                     std::pair("--expiry", "--expiry: the time has passed")})
+        EXPECT_EQ(
+            run(std::string("forward --by-location u --to +1 -o x ") + time + " 2025-12-31").err,
+            std::string("mmskit: ") + told + '\n');
+    EXPECT_EQ(run("respond read-message --transaction-id T --to +1 -o x --subject " +
+                  std::string(126, 's'))
+                  .err,
+              "mmskit: --subject: the subject has 126 bytes, and a message carries 125\n");
+    // When a message was read is now unless the user says otherwise.
+    (void)run("respond read --message-id m --to +1 -o now.mms");
+    EXPECT_GT(shown("now.mms")["headers"]["date"]["seconds"], 1700000000);
+    (void)run("respond read --message-id m --to +1 -o none.mms --date none");
+    EXPECT_FALSE(shown("none.mms")["headers"].contains("date"));
 }
 
 TEST_F(Compose, content_types_come_from_the_bytes_then_from_the_name) {
     const std::tuple<std::string, std::string, const char*> cases[] = {
         {"jpeg.gif", jpeg, "image/jpeg"},
         {"c", bytes("'BM' 00000000 00000000 00"), "image/bmp"},
+        {"heic", bytes("00000018 'ftypheic' 00000000 'mif1heic'"), "image/heic"},
+        {"mif1", bytes("00000018 'ftypmif1' 00000000 'mif1heic'"), "image/heic"},
+        {"mif1.heif", bytes("00000014 'ftypmif1' 00000000 'mif1'"), "image/heif"},
+        {"avif", bytes("0000001C 'ftypmif1' 00000000 'mif1miafavif'"), "image/avif"},
+        {"avif.jpg", bytes("00000018 'ftypavif' 00000000 'mif1'"), "image/avif"},
+        {"a.m4a", bytes("00000018 'ftypmp42' 00000000 'isom'"), "audio/mp4"},
+        {"a.mov", bytes("00000014 'ftypqt  ' 00000000"), "video/quicktime"},
+        {"w.webm", bytes("1A45DFA3 9F 4282 84 'webm'"), "video/webm"},
+        {"w.mkv", bytes("1A45DFA3 9F 4282 88 'matroska'"), "video/x-matroska"},
+        {"r.webp", bytes("'RIFF' 04000000 'WEBP'"), "image/webp"},
+        {"r.wav", bytes("'RIFF' 04000000 'WAVE'"), "audio/x-wav"},
+        {"o.opus", bytes("'OggS'"), "audio/ogg"},
+        {"cal1", "BEGIN:VCALENDAR\r\nVERSION:1.0\r\n", "text/x-vCalendar"},
+        {"cal2", "begin:vcalendar\r\nPRODID:x\r\nversion:2.0\r\n", "text/calendar"},
+        {"cal2.vcs", "BEGIN:VCALENDAR\nVERSION:2.0\n", "text/calendar"},
+        {"bom", bytes("EF BB BF 'BEGIN:VCARD'"), "text/x-vCard"},
+        {"d.docx", bytes("'PK' 0304"),
+         "application/vnd.openxmlformats-officedocument.wordprocessingml.document"},
+        {"d.jpg", bytes("'PK' 0304"), "application/zip"},
+        {"d.pdf.txt", "%PDF-1.4", "application/pdf"},
         {"g", bytes("FF FB 90 00"), "audio/mpeg"},
         {"j", bytes("00000014 'ftypisom'"), "video/mp4"},
         {"l.WBMP", bytes("00 00 01 01 80"), "image/vnd.wap.wbmp"},

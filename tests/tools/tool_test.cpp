@@ -67,11 +67,13 @@ TEST_F(Tool, exit_codes_and_one_line_reasons) {
     EXPECT_EQ(run("show - <m.mms").out, run("show m.mms").out);
     const std::tuple<const char*, int, const char*> cases[] = {
         {"--version >/dev/full", 1, "mmskit: standard output: No space left on device\n"},
-        {"show m.mms \"$(printf '\\033')\"", 2, "\\x1b"},
+        {"show m.mms \"--$(printf '\\033')\"", 2, "\\x1b"},
         {"show none.mms", 1, "mmskit: none.mms: No such file or directory\n"},
-        {"show empty.mms", 1, "mmskit: empty.mms: the file is empty, at byte 0\n"},
-        {"show - <text.mms", 1, "mmskit: standard input: neither a message"},
-        {"extract bad.mms -o x", 1, ", at byte 5\n"},
+        {"show empty.mms", 1, "mmskit: empty.mms: the file is empty\n"},
+        {"show - <text.mms", 1, "mmskit: standard input: no message, but a text\n"},
+        {"show --exact bad.mms", 1, ", at byte 5\n"},
+        {"extract bad.mms -o x", 1, "mmskit: bad.mms: the message has no parts\n"},
+        {"show --smil bad.mms", 1, "mmskit: the message has no presentation\n"},
         {"extract m.mms -o m.mms", 1, "mmskit: m.mms: Not a directory\n"},
     };
     for (const auto& [arguments, code, piece] : cases) {
@@ -96,10 +98,12 @@ Subject                Hi
 Date                   2024-02-29T12:14:56Z
 Message-ID             id
 X-Mms-Transaction-Id   T1
+X-Mms-MMS-Version      1.2
 X-Mms-Message-Class    advertisement
 X-Mms-Priority         high
 X-Mms-Delivery-Report  yes
 X-Mms-Read-Report      no
+Content-Type           application/vnd.wap.multipart.mixed
 
 Slide 1  5 s  background #0000ff
   text  0.5 to 5.5 s  30x40 at 1,2
@@ -151,9 +155,12 @@ TEST_F(Tool, hostile_bytes_never_reach_the_terminal_raw) {
 
     const std::string escaped =
         all.substr(0, 0x5B) + R"(\\)" + all.substr(0x5C, 0x23) + R"(\x80\x81)";
+    const json exact = json::parse(run("show --json --exact all.mms").out);
+    for (const json& told : {exact["headers"]["message_id"], exact["slides"][0]["text"]["text"]})
+        EXPECT_LE(told.get<std::string>().find(escaped), 1U) << told;
     const json parsed = json::parse(document.out);
     for (const json& told : {parsed["headers"]["message_id"], parsed["slides"][0]["text"]["text"]})
-        EXPECT_LE(told.get<std::string>().find(escaped), 1U) << told;
+        EXPECT_NE(told.get<std::string>().find("{|}~\x7F€"), std::string::npos) << told;
     EXPECT_EQ(parsed["attachments"][1]["name"], turned);
 }
 
@@ -183,9 +190,9 @@ TEST_F(Tool, extracted_names_are_safe) {
         {"a\\b\\photo.jpg", "photo-2.jpg"},
         {"..", "image4.jpeg"},
         {".-.profile", "profile"},
-        {"\x1b[2J\x07.jpg", "_[2J_.jpg"},
+        {"e\x1b[2J\x07.jpg", "e_[2J_.jpg"},
         {"gpj.\xE2\x80\xAEtxt", "gpj._txt"},
-        {"\xFF\xC0\xAF.jpg", "___.jpg"},
+        {"\xFF\xC0\xAF.jpg", "ÿÀ¯.jpg"},
         {"link.jpg", "link-2.jpg"},
         {accents + ".jpg", accents.substr(0, 196) + ".jpg"},
         {accents + "x.jpg", accents.substr(0, 184) + "-2.jpg"},
@@ -212,6 +219,97 @@ TEST_F(Tool, failed_write_leaves_no_half_file) {
     EXPECT_EQ(outcome.err, "mmskit: d/: File too large\n");
     EXPECT_EQ(outcome.out, "d/small.jpg  image/jpeg  1 byte\n");
     EXPECT_EQ(files_in("d"), 1);
+}
+
+TEST_F(Tool, output_takes_any_name_and_replaces_no_link) {
+    const std::string compose = "compose --slide text=hi --to x@y -o ";
+    const std::string longest(255, 'n');
+    EXPECT_EQ(run(compose + longest).code, 0);
+    EXPECT_EQ(run(compose + longest).code, 0) << "and again";
+    EXPECT_EQ(run(compose + longest + "n").code, 1);
+    write("kept.mms", "old");
+    fs::create_symlink("kept.mms", folder_ / "link");
+    EXPECT_EQ(run(compose + "link").code, 0);
+    EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
+    EXPECT_EQ(read("kept.mms").size(), read(longest).size()) << "the file behind it is replaced";
+    fs::create_symlink("nowhere", folder_ / "dangling");
+    const Outcome refused = run(compose + "dangling");
+    EXPECT_EQ(refused.err, "mmskit: dangling: a symbolic link that leads to no file\n");
+    EXPECT_TRUE(fs::is_symlink(folder_ / "dangling"));
+    EXPECT_FALSE(fs::exists(folder_ / "nowhere"));
+    for (const auto& entry : fs::directory_iterator(folder_))
+        EXPECT_FALSE(entry.path().filename().string().ends_with(".part")) << entry.path();
+}
+
+// What fails behind the write() that took the bytes must fail the command too.
+TEST_F(Tool, failed_output_is_told_and_leaves_nothing) {
+    write("kept.mms", "old");
+    const std::string big =
+        "compose --to x@y --slide text=$(head -c 60000 /dev/zero | tr '\\0' x) -o ";
+    const std::tuple<std::string, const char*, int> cases[] = {
+        {big + "kept.mms", "ulimit -f 8", 1},
+        {big + "/dev/full", ":", 1},
+        {"show --json m.mms >/dev/full", ":", 1},
+    };
+    for (const auto& [arguments, before, code] : cases) {
+        const Outcome outcome = run(arguments, before);
+        EXPECT_EQ(outcome.code, code) << arguments << outcome.err;
+        EXPECT_LE(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    }
+    EXPECT_EQ(read("kept.mms"), "old");
+    write("long.mms",
+          headers + multipart({part(located(utf8_text_type, "t"), std::string(300'000, 'x'))}));
+    run("show --json long.mms 2>.err2; echo $? >&3; } 3>.code | true; { :");
+    EXPECT_EQ(read(".code"), "1\n") << "a closed pipe is an error of the write";
+    EXPECT_EQ(read(".err2"), "mmskit: standard output: Broken pipe\n");
+    for (const auto& entry : fs::directory_iterator(folder_))
+        EXPECT_FALSE(entry.path().filename().string().ends_with(".part")) << entry.path();
+}
+
+TEST_F(Tool, invisible_and_overlong_characters_in_names_are_shown) {
+    const std::string hidden = "a\xEF\xBB\xBF\xE2\x80\x8B\xE2\x81\xA0\xC2\xAD\xF3\xA0\x81\xA1z";
+    const std::string overlong = "\xC0\xAF\xE0\x80\xAF\xF0\x80\x80\xAF\xED\xA0\x80\xF4\x90\x80\x80";
+    write("n.mms", headers + multipart({part(located(jpeg_type, hidden), "A"),
+                                        part(located(jpeg_type, overlong), "B")}));
+    const Outcome text = run("show --exact n.mms");
+    EXPECT_NE(text.out.find("a\\u{feff}\\u{200b}\\u{2060}\\u{ad}\\u{e0061}z"), std::string::npos)
+        << text.out;
+    EXPECT_NE(
+        text.out.find("\\xc0\\xaf\\xe0\\x80\\xaf\\xf0\\x80\\x80\\xaf\\xed\\xa0\\x80\\xf4\\x90"),
+        std::string::npos)
+        << text.out;
+    const Outcome document = run("show --json --exact n.mms");
+    EXPECT_NE(document.out.find("\\udb40\\udc61"), std::string::npos) << "escaped as a pair";
+    EXPECT_NE(json::parse(document.out).dump().find(hidden), std::string::npos);
+    for (const auto& entry : {run("extract n.mms -o d").out})
+        EXPECT_NE(entry.find("a_____z"), std::string::npos) << entry;
+}
+
+TEST_F(Tool, extract_writes_more_than_ten_thousand_files_only_when_told) {
+    for (const size_t count : {10000UL, 10001UL}) {
+        write("parts.mms",
+              headers + bytes("84 A3") + uintvar(count) + repeated(part(jpeg_type, "J"), count));
+        const Outcome outcome = run("extract parts.mms -o d" + std::to_string(count));
+        EXPECT_EQ(outcome.code, count > 10000 ? 1 : 0);
+        EXPECT_EQ(outcome.err, count > 10000 ? "mmskit: parts.mms: the message has 10001 parts; "
+                                               "--many writes as many files\n"
+                                             : "");
+        EXPECT_EQ(fs::exists(folder_ / ("d" + std::to_string(count))), count <= 10000);
+    }
+    EXPECT_EQ(run("extract parts.mms --many -o many >/dev/null").code, 0);
+    EXPECT_EQ(files_in("many"), 10001);
+}
+
+// Refused before a single file is read for it: none of these is there.
+TEST_F(Tool, compose_counts_slides_before_it_reads_them) {
+    for (const std::string key : {"slides", "attachments"}) {
+        const std::string entry =
+            key == "slides" ? R"({"image": "no.jpg"},)" : R"({"file": "no"},)";
+        write("d.json", R"({"to": ["a@b"], ")" + key + "\": [" + repeated(entry, 4000) + "{}]}");
+        const Outcome outcome = run("compose d.json -o x.mms");
+        EXPECT_NE(outcome.err.find(key + ": a message has at most 10 of them"), std::string::npos)
+            << outcome.err;
+    }
 }
 
 }  // namespace

@@ -48,11 +48,18 @@ using StoreBytes = int32_t (*)(const void*, int32_t, const char*);
                              RecordArea& area, StoreBytes store);
 
 // Undoes an interrupted save: the backup, where there is one, becomes the file again. False when
-// it is still there afterwards, so that the file may not be read or written.
+// it is or may be still there afterwards, so that the file may not be read or written.
 [[nodiscard]] bool recover_file(const char* name);
 
 // Reads a whole file into a buffer's area, whose size its limit tells. False, with the members as
 // they were, when that cannot be done.
 [[nodiscard]] bool read_file(const char* name, tSCFS_FileBuffer& buffer);
+
+// Notes what became of loading a list: false marks it, so that it is not saved over the entries
+// that it lacks. No file is no failure.
+void note_loading(tSCList& list, const char* name, bool loaded);
+
+// Whether the list may become the whole of its file.
+bool may_replace_file(const tSCList& list);
 
 }  // namespace mmskit

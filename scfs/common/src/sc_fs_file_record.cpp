@@ -9,6 +9,7 @@
 #include <cstring>
 #include <utility>
 
+#include "scfs/common/src/scfs_internal.h"
 #include "scshare/common/src/list_node.h"
 
 namespace mmskit {
@@ -26,11 +27,12 @@ bool exists(const char* path) {
     return fnSCFS_isFileExisted(path) != 0;
 }
 
-// False when a backup is still there afterwards. The look tells, not the result of the move: one
-// that was reported as failed may have been done.
+// False when a backup is, or may be, still there afterwards. The look tells, not the result of the
+// move: one that was reported as failed may have been done.
 bool restore(const char* name, const char* backup) {
     if (exists(backup)) fnSCFS_MoveFile(backup, name);
-    return !exists(backup);
+    const Presence left = presence_of(backup);
+    return left == Presence::absent || left == Presence::no_file;
 }
 
 int64_t size_with_room(const char* name) {
@@ -180,6 +182,16 @@ bool read_file(const char* name, tSCFS_FileBuffer& buffer) {
     return true;
 }
 
+void note_loading(tSCList& list, const char* name, bool loaded) {
+    const bool complete =
+        loaded || name == nullptr || (recover_file(name) && presence_of(name) == Presence::absent);
+    list.uReserved = complete ? 0 : load_failed_mark;
+}
+
+bool may_replace_file(const tSCList& list) {
+    return list.uReserved != load_failed_mark;
+}
+
 }  // namespace mmskit
 
 extern "C" {
@@ -211,30 +223,35 @@ int32_t fnSCFS_Load_File_To_Buffer(const char* name, tSCFS_FileBuffer* buffer) {
 int32_t fnSCFS_Load_File_To_List(const char* name, tSCList* list, tSCFS_RecordReader reader) {
     if (name == nullptr || list == nullptr || reader == nullptr) return 0;
     mmskit::RecordArea area;
-    return mmskit::recover_file(name) && area.open_for(name) &&
-           mmskit::read_file(name, area.buffer) && mmskit::read_records(area.buffer, list, reader);
+    const bool loaded = mmskit::recover_file(name) && area.open_for(name) &&
+                        mmskit::read_file(name, area.buffer) &&
+                        mmskit::read_records(area.buffer, list, reader);
+    if (loaded) list->uReserved = 0;
+    return loaded;
 }
 
 int32_t fnSCFS_Load_File_To_ListEx(const char* name, tSCList* list, tSCFS_RecordReader reader,
                                    tSCListFreeFunc free) {
     if (name == nullptr || list == nullptr || reader == nullptr) return 0;
     fnSCList_Clear(list, free);
-    if (fnSCFS_Load_File_To_List(name, list, reader) != 0) return 1;
-    fnSCList_Clear(list, free);
-    return 0;
+    const int32_t loaded = fnSCFS_Load_File_To_List(name, list, reader);
+    if (loaded == 0) fnSCList_Clear(list, free);
+    mmskit::note_loading(*list, name, loaded != 0);
+    return loaded;
 }
 
 int32_t fnSCFS_Save_List_To_File(const char* name, tSCList* list, tSCFS_RecordWriter writer) {
     if (name == nullptr || list == nullptr || writer == nullptr) return 0;
     mmskit::RecordArea area;
-    return area.open_for(name) && mmskit::save_list(name, list, writer, area, fnSCFS_WriteToFile);
+    return mmskit::may_replace_file(*list) && area.open_for(name) &&
+           mmskit::save_list(name, list, writer, area, fnSCFS_WriteToFile);
 }
 
 int32_t fnSCFS_Save_List_To_FileEx(const char* name, tSCList* list, tSCFS_RecordWriter writer,
                                    int32_t capacity) {
     if (name == nullptr || list == nullptr || writer == nullptr) return 0;
     mmskit::RecordArea area;
-    return area.open_fixed(capacity) &&
+    return mmskit::may_replace_file(*list) && area.open_fixed(capacity) &&
            mmskit::save_list(name, list, writer, area, fnSCFS_WriteToFile);
 }
 

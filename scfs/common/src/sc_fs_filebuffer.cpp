@@ -107,22 +107,18 @@ long take_long(tSCFS_FileBuffer* buffer) {
 tSCFS_DateTime parse_date_time(const ValueText& text) {
     constexpr size_t week = 6;
     uint32_t fields[week + 1] = {};
-    size_t field = 0;
     size_t separators = 0;
-    const char* start = text.characters;
-    for (const char* at = start;; ++at) {
-        if (*at != ':' && *at != '\0') continue;
-        const bool empty = at == start;
-        if (!empty && field <= week) {
-            fields[field] = static_cast<uint16_t>(std::strtol(start, nullptr, 10));
+    for (const char* at = text.characters;;) {
+        if (separators <= week) {
+            fields[separators] = static_cast<uint16_t>(std::strtol(at, nullptr, 10));
         }
-        if (*at == '\0') break;
-        // QUIRK doubled_colon_is_no_separator: it leaves its field empty, but only six counted
-        // separators make a date with a week.
-        if (!empty || at == text.characters) ++separators;
-        ++field;
-        start = at + 1;
+        at = std::strchr(at, ':');
+        if (at == nullptr) break;
+        // QUIRK doubled_colon_is_no_separator: a run of them is one.
+        at += std::strspn(at, ":");
+        ++separators;
     }
+    // Only six separators make a date with a week.
     if (separators != week) fields[week] = 0;
     return {fields[0], fields[1], fields[2], fields[3], fields[4], fields[5], fields[week]};
 }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "scfs/common/src/record_file.h"
+#include "scshare/common/src/limits.h"
 
 namespace mmskit {
 namespace {
@@ -49,7 +50,8 @@ bool append(tSCList* list, tSCFS_INI_Entry* made) {
 }
 
 bool read_entries(tSCFS_FileBuffer& buffer, tSCList* list) {
-    while (fnSCFS_Buffer_IsEnd(&buffer) == 0) {
+    for (uint32_t left = limits::ini_entries; fnSCFS_Buffer_IsEnd(&buffer) == 0; --left) {
+        if (left == 0) return false;
         OwnedText key(fnSCFS_Buffer_ReadString(&buffer));
         OwnedText value(fnSCFS_Buffer_ReadString(&buffer));
         if (!append(list, new_entry(std::move(key), std::move(value)))) {
@@ -57,6 +59,17 @@ bool read_entries(tSCFS_FileBuffer& buffer, tSCList* list) {
         }
     }
     return true;
+}
+
+// The list is emptied first, but for want of memory to begin with. False when entries are missing.
+bool load_entries(const char* file, tSCList* list) {
+    const bool recovered = file != nullptr && recover_file(file);
+    RecordArea area;
+    if (!area.open_for(file)) return false;
+    fnSCList_Clear(list, fnSCFS_INI_FreeNode);
+    if (recovered && read_file(file, area.buffer) && read_entries(area.buffer, list)) return true;
+    fnSCList_Clear(list, fnSCFS_INI_FreeNode);
+    return false;
 }
 
 tSCFS_INI_Entry* find_entry(const tSCList* list, const char* key) {
@@ -83,12 +96,8 @@ void fnSCFS_INI_List_Init(const char* file, tSCList* list) {
 
 void fnSCFS_Load_INI_To_List(const char* file, tSCList* list) {
     if (list == nullptr) return;
-    mmskit::RecordArea area;
-    const bool recovered = file != nullptr && mmskit::recover_file(file);
-    if (!area.open_for(file)) return;
-    fnSCList_Clear(list, fnSCFS_INI_FreeNode);
-    if (!recovered || !mmskit::read_file(file, area.buffer)) return;
-    if (!mmskit::read_entries(area.buffer, list)) fnSCList_Clear(list, fnSCFS_INI_FreeNode);
+    const bool loaded = mmskit::load_entries(file, list);
+    mmskit::note_loading(*list, file, loaded);
 }
 
 void fnSCFS_INI_FreeNode(void* ppEntry) {
@@ -122,6 +131,7 @@ int32_t fnSCFS_INI_WriteRAM(tSCList* list, const char* key, const char* value) {
         mmskit::replace_owned(entry->pValue, copy.release());
         return entry->pValue != nullptr;
     }
+    if (list->iCount >= static_cast<int32_t>(mmskit::limits::ini_entries)) return 0;
     return mmskit::append(
         list, mmskit::new_entry(mmskit::OwnedText(mmskit::copy_text(key)), std::move(copy)));
 }
@@ -134,7 +144,7 @@ int32_t fnSCFS_INI_Write(const char* file, tSCList* list, const char* key, const
 int32_t fnSCFS_Write_INI_To_File(const char* file, tSCList* list) {
     if (file == nullptr || list == nullptr) return 0;
     mmskit::RecordArea area;
-    return area.open_for(file) &&
+    return mmskit::may_replace_file(*list) && area.open_for(file) &&
            mmskit::save_list(file, list, mmskit::write_entry, area, fnSCFS_WriteToFile);
 }
 

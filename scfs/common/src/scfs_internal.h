@@ -29,6 +29,10 @@ extern ServiceState scfs_state;
 // Releases what the state owns and makes it idle again.
 void reset_services();
 
+// What stands at a path; links are followed. On the handset layer nothing does.
+enum class Presence { absent, file, no_file, unknown };
+Presence presence_of(const char* path);
+
 // Tells the host, if it asked to be told, that the file `name` was written.
 void notify_card_sync(const char* name);
 

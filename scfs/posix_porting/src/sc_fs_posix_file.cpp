@@ -47,6 +47,14 @@ bool Place::sync() const {
     return retry([this] { return ::fsync(folder_.get()); }) == 0 || errno == EINVAL;
 }
 
+Presence presence_of(const char* path) {
+    struct stat status;
+    if (path == nullptr) return Presence::absent;
+    if (::stat(path, &status) == 0)
+        return S_ISREG(status.st_mode) ? Presence::file : Presence::no_file;
+    return errno == ENOENT || errno == ENOTDIR ? Presence::absent : Presence::unknown;
+}
+
 Fd open_regular(const char* path, int flags, struct stat& status) {
     if (path == nullptr) {
         errno = EINVAL;
@@ -101,8 +109,7 @@ ssize_t read_all(int fd, void* data, size_t size) {
 extern "C" {
 
 int32_t fnSCFS_isFileExisted(const char* path) {
-    struct stat status;
-    return path != nullptr && ::stat(path, &status) == 0 && S_ISREG(status.st_mode) ? 1 : 0;
+    return mmskit::presence_of(path) == mmskit::Presence::file ? 1 : 0;
 }
 
 int32_t fnSCFS_getFileSize(const char* path) {

@@ -5,6 +5,7 @@
 #include <mmskit/runtime.h>
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstring>
 
@@ -42,7 +43,7 @@ constexpr std::array<Utf8Form, 6> utf8_forms{{{0x7F, 0, 0x00, 0x7F},
                                               {0x3FFFF, 4, 0xF8, 0x03},
                                               {UINT32_MAX, 5, 0xFC, 0x01}}};
 
-uint8_t* put_code_point(uint8_t* out, uint32_t c) {
+uint8_t* put_long_form(uint8_t* out, uint32_t c) {
     const Utf8Form* form = utf8_forms.data();
     while (c > form->last)
         ++form;
@@ -53,6 +54,86 @@ uint8_t* put_code_point(uint8_t* out, uint32_t c) {
         *out++ = static_cast<uint8_t>(0x80 | ((c >> shift) & 0x3F));
     }
     return out;
+}
+
+void put_pair(uint8_t* out, uint32_t first_and_second) {
+    const auto pair = static_cast<uint16_t>(first_and_second);
+    std::memcpy(out, &pair, sizeof pair);
+}
+
+// For 0x800 to 0xFFFF. The first two bytes are one store.
+inline uint8_t* put_three(uint8_t* out, uint32_t c) {
+    if constexpr (std::endian::native == std::endian::little)
+        put_pair(out, 0x80E0 | c >> 12 | (c << 2 & 0x3F00));
+    else
+        put_pair(out, 0xE080 | (c >> 4 & 0xF00) | (c >> 6 & 0x3F));
+    out[2] = static_cast<uint8_t>(0x80 | (c & 0x3F));
+    return out + 3;
+}
+
+// For anything below 0x10000.
+inline uint8_t* put_unit(uint8_t* out, uint32_t c) {
+    if (c >= 0x800) return put_three(out, c);
+    if (c < 0x80) {
+        *out = static_cast<uint8_t>(c);
+        return out + 1;
+    }
+    out[0] = static_cast<uint8_t>(0xC0 | c >> 6);
+    out[1] = static_cast<uint8_t>(0x80 | (c & 0x3F));
+    return out + 2;
+}
+
+inline uint8_t* put_code_point(uint8_t* out, uint32_t c) {
+    if (c - 0x800 <= 0xFFFF - 0x800) return put_three(out, c);
+    return c > 0xFFFF ? put_long_form(out, c) : put_unit(out, c);
+}
+
+// ---- Runs of ASCII, eight bytes at a time ------------------------------------------------------
+
+uint64_t load_8(const uint8_t* in) {
+    uint64_t word = 0;
+    std::memcpy(&word, in, sizeof word);
+    return word;
+}
+
+constexpr uint64_t repeated(uint8_t first, uint8_t second) {
+    const uint64_t pair = std::endian::native == std::endian::little
+                              ? first | static_cast<uint64_t>(second) << 8
+                              : static_cast<uint64_t>(first) << 8 | second;
+    return pair * 0x0001000100010001;
+}
+
+// Bits that no ASCII character has, in bytes and in 16-bit units of either order.
+constexpr uint64_t beyond_ascii = repeated(0x80, 0x80);
+constexpr uint64_t beyond_ascii_units(ByteOrder order) {
+    return order == ByteOrder::big ? repeated(0xFF, 0x80) : repeated(0x80, 0xFF);
+}
+
+// The even or odd bytes of a word that has nothing between them, in memory order on a little-endian
+// machine.
+constexpr uint32_t packed_units(uint64_t word, bool odd) {
+    word >>= odd ? 8 : 0;
+    word = (word | word >> 8) & 0x0000FFFF0000FFFF;
+    return static_cast<uint32_t>(word | word >> 16);
+}
+
+// Copies the ASCII characters at the front of `in` as bytes, while four of them stand together.
+template <ByteOrder order>
+size_t copy_ascii_units(const uint8_t* in, size_t units, uint8_t* out) {
+    constexpr bool odd = order == ByteOrder::big;
+    size_t at = 0;
+    for (; units - at >= 4; at += 4) {
+        const uint64_t word = load_8(in + 2 * at);
+        if ((word & beyond_ascii_units(order)) != 0) break;
+        if constexpr (std::endian::native == std::endian::little) {
+            const uint32_t four = packed_units(word, odd);
+            std::memcpy(out + at, &four, sizeof four);
+        } else {
+            for (size_t i = 0; i < 4; ++i)
+                out[at + i] = in[2 * (at + i) + (odd ? 1 : 0)];
+        }
+    }
+    return at;
 }
 
 // The 16-bit unit at `at` in `size` bytes; a missing second byte counts as zero.
@@ -72,64 +153,124 @@ constexpr bool is_low_surrogate(uint32_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-size_t ucs2_bytes_to_utf8(const uint8_t* in, size_t size, ByteOrder order, uint8_t* out) {
-    uint8_t* end = out;
-    for (size_t at = 0; at < size; at += 2) {
-        const uint32_t c = unit_at(in, size, at, order);
-        uint8_t* lead = end;
-        end = put_code_point(end, c);
+template <ByteOrder order>
+uint32_t whole_unit(const uint8_t* in) {
+    uint16_t unit = 0;
+    std::memcpy(&unit, in, sizeof unit);
+    constexpr bool native =
+        (order == ByteOrder::little) == (std::endian::native == std::endian::little);
+    return native ? unit : static_cast<uint16_t>(unit << 8 | unit >> 8);
+}
+
+template <ByteOrder order>
+uint8_t* ucs2_units_to_utf8(const uint8_t* in, size_t units, uint8_t* out) {
+    for (size_t at = 0; at < units;) {
+        const uint32_t c = whole_unit<order>(in + 2 * at);
+        if (c < 0x80) {
+            const size_t run = copy_ascii_units<order>(in + 2 * at, units - at, out);
+            at += run;
+            out += run;
+            if (run != 0) continue;
+        }
+        uint8_t* const lead = out;
+        out = put_code_point(out, c);
         // QUIRK big_endian_cyrillic_lead_byte_is_low: from U+0400 to U+07FF (Cyrillic, Hebrew,
         // Arabic) bit 4 of the lead byte is dropped, in both byte orders. These bytes are what
         // the two converters promise; UCS2toUTF8 is the one to call for true UTF-8.
+        if (out - lead == 2) *lead &= 0xEF;
+        ++at;
+    }
+    return out;
+}
+
+size_t ucs2_bytes_to_utf8(const uint8_t* in, size_t size, ByteOrder order, uint8_t* out) {
+    uint8_t* end = order == ByteOrder::big
+                       ? ucs2_units_to_utf8<ByteOrder::big>(in, size / 2, out)
+                       : ucs2_units_to_utf8<ByteOrder::little>(in, size / 2, out);
+    if (size % 2 != 0) {
+        uint8_t* const lead = end;
+        end = put_code_point(end, unit_at(in, size, size - 1, order));
         if (end - lead == 2) *lead &= 0xEF;
     }
     *end = 0;
     return static_cast<size_t>(end - out);
 }
 
-// Walks UTF-16 code point by code point. The byte order follows the marks, which are not part of
-// the text; a surrogate without its partner is U+FFFD, and a single byte left over is dropped.
-class Utf16Reader {
-  public:
-    Utf16Reader(const uint8_t* in, size_t size)
-        : in_(in),
-          size_(size),
-          order_(size >= 2 && in[0] == 0xFF && in[1] == 0xFE ? ByteOrder::little : ByteOrder::big) {
-    }
+uint32_t* put_unit(uint32_t* out, uint32_t c) {
+    *out = c;
+    return out + 1;
+}
+uint32_t* put_three(uint32_t* out, uint32_t c) {
+    return put_unit(out, c);
+}
+uint32_t* put_code_point(uint32_t* out, uint32_t c) {
+    return put_unit(out, c);
+}
 
-    bool next(uint32_t* code_point) {
-        while (unit_left()) {
-            const uint32_t unit = take();
-            if (unit == byte_order_mark) continue;
-            if (unit == swapped_mark) {
-                order_ = order_ == ByteOrder::big ? ByteOrder::little : ByteOrder::big;
-                continue;
-            }
-            *code_point = is_surrogate(unit) ? paired(unit) : unit;
-            return true;
-        }
-        return false;
-    }
+// The code point of a surrogate and what stands behind it; `in` moves past its partner.
+template <ByteOrder order>
+uint32_t paired(uint32_t high, const uint8_t*& in, const uint8_t* stop) {
+    if (!is_high_surrogate(high) || in == stop) return replacement;
+    const uint32_t low = whole_unit<order>(in);
+    if (!is_low_surrogate(low)) return replacement;
+    in += 2;
+    return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+}
 
-  private:
-    bool unit_left() const { return size_ - at_ >= 2; }
-    uint32_t peek() const { return unit_at(in_, size_, at_, order_); }
-    uint32_t take() {
-        const uint32_t unit = peek();
-        at_ += 2;
-        return unit;
-    }
-    uint32_t paired(uint32_t high) {
-        if (!is_high_surrogate(high) || !unit_left() || !is_low_surrogate(peek()))
-            return replacement;
-        return 0x10000 + ((high - 0xD800) << 10) + (take() - 0xDC00);
-    }
-
-    const uint8_t* in_;
-    size_t size_;
-    size_t at_ = 0;
-    ByteOrder order_;
+template <typename Out>
+struct Utf16Progress {
+    const uint8_t* in;
+    Out* out;
 };
+
+// Reads in one byte order, to the end or past a mark of the other one; `Out` is a byte of UTF-8 or
+// a code point.
+template <ByteOrder order, typename Out>
+Utf16Progress<Out> read_utf16(const uint8_t* in, const uint8_t* stop, Out* out) {
+    while (in != stop) {
+        const uint32_t unit = whole_unit<order>(in);
+        if (unit < 0x80) {
+            if constexpr (sizeof(Out) == 1) {
+                const size_t run =
+                    copy_ascii_units<order>(in, static_cast<size_t>(stop - in) / 2, out);
+                in += 2 * run;
+                out += run;
+                if (run != 0) continue;
+            }
+            *out++ = static_cast<Out>(unit);
+            in += 2;
+            continue;
+        }
+        if (unit - 0x800 < 0xD800 - 0x800) {
+            out = put_three(out, unit);
+            in += 2;
+            continue;
+        }
+        in += 2;
+        if (unit == swapped_mark) break;
+        if (is_surrogate(unit))
+            out = put_code_point(out, paired<order>(unit, in, stop));
+        else if (unit != byte_order_mark)
+            out = put_unit(out, unit);
+    }
+    return {in, out};
+}
+
+// The byte order follows the marks, which are not part of the text; a surrogate without its partner
+// is U+FFFD, and a single byte left over is dropped. Returns the end of what was written.
+template <typename Out>
+Out* convert_utf16(const uint8_t* in, size_t size, Out* out) {
+    bool little = size >= 2 && in[0] == 0xFF && in[1] == 0xFE;
+    const uint8_t* const stop = in + size / 2 * 2;
+    while (in != stop) {
+        const Utf16Progress<Out> done = little ? read_utf16<ByteOrder::little>(in, stop, out)
+                                               : read_utf16<ByteOrder::big>(in, stop, out);
+        in = done.in;
+        out = done.out;
+        little = !little;
+    }
+    return out;
+}
 
 constexpr size_t counted(int32_t count) {
     return count > 0 ? static_cast<size_t>(count) : 0;
@@ -146,26 +287,65 @@ template <typename Unit>
 int32_t units_to_utf8(const Unit* in, int32_t count, uint8_t* out) {
     if (in == nullptr || out == nullptr) return 0;
     uint8_t* end = out;
-    for (size_t i = 0; i < counted(count); ++i)
-        end = put_code_point(end, in[i]);
+    const Unit* const stop = in + counted(count);
+    while (in != stop) {
+        const uint32_t c = *in++;
+        if (c < 0x80)
+            *end++ = static_cast<uint8_t>(c);
+        else
+            end = put_code_point(end, c);
+    }
     *end = 0;
     return static_cast<int32_t>(end - out);
 }
 
-// Zeroed room for `units` times `longest` bytes and a terminator.
+// Room for `units` times `longest` bytes and a terminator, to be written whole up to that.
 OwnedBytes utf8_room(uint64_t units, uint64_t longest) {
-    return OwnedBytes(static_cast<uint8_t*>(allocate(units * longest + 1)));
+    return OwnedBytes(static_cast<uint8_t*>(allocate_unfilled(units * longest + 1)));
 }
 
 OwnedBytes copy_of(const uint8_t* in, size_t size) {
     return OwnedBytes(reinterpret_cast<uint8_t*>(copy_text(in, size)));
 }
 
+// Both bytes of a character's UTF-8 in memory order; of ASCII the second one is written over by the
+// next character.
+struct Latin1Forms {
+    uint8_t bytes[256][2];
+};
+constexpr Latin1Forms latin1_forms = [] {
+    Latin1Forms forms{};
+    for (unsigned c = 0; c < 256; ++c) {
+        forms.bytes[c][0] = static_cast<uint8_t>(c < 0x80 ? c : 0xC0 | c >> 6);
+        forms.bytes[c][1] = static_cast<uint8_t>(c < 0x80 ? 0 : 0x80 | (c & 0x3F));
+    }
+    return forms;
+}();
+
+uint8_t* put_latin1(uint8_t* out, uint8_t c) {
+    std::memcpy(out, latin1_forms.bytes[c], 2);
+    return out + 1 + (c >> 7);
+}
+
+// The room has a byte behind the longest text, which the last character's second byte may touch.
 OwnedBytes from_latin1(const uint8_t* in, size_t size) {
     OwnedBytes text = utf8_room(size, utf8_per_latin1_byte);
+    if (!text) return text;
     uint8_t* end = text.get();
-    for (size_t i = 0; text && i < size; ++i)
-        end = put_code_point(end, in[i]);
+    const uint8_t* const stop = in + size;
+    for (; stop - in >= 8; in += 8) {
+        const uint64_t word = load_8(in);
+        if ((word & beyond_ascii) == 0) {
+            std::memcpy(end, &word, sizeof word);
+            end += 8;
+            continue;
+        }
+        end = put_latin1(put_latin1(put_latin1(put_latin1(end, in[0]), in[1]), in[2]), in[3]);
+        end = put_latin1(put_latin1(put_latin1(put_latin1(end, in[4]), in[5]), in[6]), in[7]);
+    }
+    for (; in != stop; ++in)
+        end = put_latin1(end, *in);
+    *end = 0;
     return text;
 }
 
@@ -181,11 +361,7 @@ OwnedBytes from_ucs2(const uint8_t* in, size_t size) {
 
 OwnedBytes from_utf16(const uint8_t* in, size_t size) {
     OwnedBytes text = utf8_room(size / 2, utf8_per_16bit_unit);
-    if (!text) return text;
-    Utf16Reader reader(in, size);
-    uint8_t* end = text.get();
-    for (uint32_t c = 0; reader.next(&c);)
-        end = put_code_point(end, c);
+    if (text) *convert_utf16(in, size, text.get()) = 0;
     return text;
 }
 
@@ -209,6 +385,16 @@ Decoder decoder_of(int32_t charset) {
     return copy_of;
 }
 
+// How many ASCII bytes stand at the front, of eight.
+size_t ascii_of_8(const uint8_t* in) {
+    const uint64_t beyond = load_8(in) & beyond_ascii;
+    if (beyond == 0) return 8;
+    return static_cast<size_t>(std::endian::native == std::endian::little
+                                   ? std::countr_zero(beyond)
+                                   : std::countl_zero(beyond)) /
+           8;
+}
+
 }  // namespace
 }  // namespace mmskit
 
@@ -228,23 +414,36 @@ int32_t UCS2toUTF8(const uint16_t* in, int32_t count, uint8_t* out) {
 
 int32_t UTF8toUCS2(const uint8_t* in, int32_t count, uint16_t* out) {
     if (in == nullptr || out == nullptr) return 0;
-    const size_t size = mmskit::counted(count);
+    const uint8_t* const stop = in + mmskit::counted(count);
     uint16_t* end = out;
-    for (size_t at = 0; at < size;) {
-        const uint32_t lead = in[at];
+    while (in != stop) {
+        const uint32_t lead = *in;
+        if (lead < 0x80) {
+            const size_t run = stop - in >= 8 ? mmskit::ascii_of_8(in) : 1;
+            if (run == 8) {
+                for (int i = 0; i < 8; ++i)
+                    end[i] = in[i];
+            } else {
+                for (size_t i = 0; i < run; ++i)
+                    end[i] = in[i];
+            }
+            in += run;
+            end += run;
+            continue;
+        }
         // QUIRK utf8_lead_alone_decides: continuation bytes are not checked, one in the place of a
         // lead begins a pair, and the four-byte leads are read as three-byte ones. Every input
         // converts; none is an error.
-        const size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : 3;
-        if (size - at < length) {
-            ++at;
-            continue;
+        if (lead >= 0xE0 && stop - in >= 3) {
+            *end++ =
+                static_cast<uint16_t>((lead & 0x0F) << 12 | (in[1] & 0x3FU) << 6 | (in[2] & 0x3FU));
+            in += 3;
+        } else if (lead < 0xE0 && stop - in >= 2) {
+            *end++ = static_cast<uint16_t>((lead & 0x1F) << 6 | (in[1] & 0x3FU));
+            in += 2;
+        } else {  // cut off
+            ++in;
         }
-        uint32_t c = lead;
-        if (length == 2) c = (lead & 0x1F) << 6 | (in[at + 1] & 0x3FU);
-        if (length == 3) c = (lead & 0x0F) << 12 | (in[at + 1] & 0x3FU) << 6 | (in[at + 2] & 0x3FU);
-        *end++ = static_cast<uint16_t>(c);
-        at += length;
     }
     *end = 0;
     return static_cast<int32_t>(end - out);
@@ -252,10 +451,7 @@ int32_t UTF8toUCS2(const uint8_t* in, int32_t count, uint16_t* out) {
 
 int32_t UTF16toUCS4(const uint8_t* in, int32_t count, uint32_t* out) {
     if (in == nullptr || out == nullptr) return 0;
-    mmskit::Utf16Reader reader(in, mmskit::counted(count));
-    uint32_t* end = out;
-    while (reader.next(end))
-        ++end;
+    uint32_t* const end = mmskit::convert_utf16(in, mmskit::counted(count), out);
     *end = 0;
     return static_cast<int32_t>(end - out);
 }

@@ -17,6 +17,8 @@ void fail_allocation(uint64_t n, bool persistent);
 // fail_allocation().
 uint64_t live_allocations();
 uint64_t counted_allocations();
+// Bytes asked for since then, whether freed again or not: the work that a message causes.
+uint64_t counted_bytes();
 
 }  // namespace mmskit
 

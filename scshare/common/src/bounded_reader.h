@@ -69,6 +69,8 @@ class BoundedReader {
     }
     // A reader of its own over the next `count` bytes, cut to what is there.
     BoundedReader child(uint64_t count) { return BoundedReader(take(count)); }
+    // Whether an end was ever told.
+    bool is_bounded() const { return size_ != unknown_size; }
     // The same reader at the same place, the input ending at that position already.
     BoundedReader cut_at(uint64_t position) const {
         BoundedReader r = *this;

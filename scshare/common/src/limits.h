@@ -16,10 +16,6 @@ inline constexpr int32_t drm_header_scan = 4096;  // bytes
 inline constexpr uint64_t slide_copy_base = 1U << 20;
 inline constexpr uint64_t slide_copy_factor = 8;
 
-// A layout of up to this many regions is searched by walking its list; a longer one through an
-// index, so that regions times references never multiply.
-inline constexpr int32_t regions_walked = 32;
-
 // A log line is cut here; the longest fixed text is below 100 bytes and pieces are at most 50.
 inline constexpr uint32_t log_line = 256;  // bytes
 
@@ -27,15 +23,19 @@ inline constexpr uint32_t log_line = 256;  // bytes
 // terminator), so that a caller can size a buffer. A double carries 17 significant digits.
 inline constexpr int32_t ftoa_decimals = 64;
 
-// Resolving a reference walks the parts. Work is counted in parts looked at, a part counting one
-// more for every 32 bytes of the reference. Below the first figure an index is not worth its
-// memory; beyond the second the message has no sense, and a reference names no part.
-inline constexpr uint64_t media_walk_plain = 1U << 16;
-inline constexpr uint64_t media_walk_total = 1U << 24;
-// The index keeps one table for each pattern of letters and non-letters among the references, and
-// this many bound its memory (some 36 bytes an entry). A name beyond them is found by a walk.
-inline constexpr uint32_t media_index_tables = 256;
-inline constexpr uint64_t media_index_entries = 1U << 19;
+// Parts of one message. Each part that is kept costs records and names of up to 500 bytes, whatever
+// its own size; a message of a thousand slides has some three thousand parts.
+inline constexpr uint32_t message_parts = 16384;
+
+// Entries of an INI store: each costs four blocks, and takes as little as three bytes of the file.
+inline constexpr uint32_t ini_entries = 65536;
+
+// Resolving a reference walks the parts or the regions, so references times parts is what a message
+// costs. Each part or region that is passed counts 1, and 1 more for every reference_bytes that
+// were compared on it. 2,000 parts each referred to come to half of this sum, and as many regions
+// beside them to the whole; beyond it the message has no sense, and a reference names nothing.
+inline constexpr uint64_t reference_work = 1U << 22;
+inline constexpr uint64_t reference_bytes = 32;
 
 // Buffer of a name that the library gives a part without one: a host may put a name of its own
 // there, of up to 128 bytes and the terminator.

@@ -10,11 +10,14 @@
 
 namespace mmskit {
 
-// The only allocating call inside the library: zeroed bytes, or null when the size does not fit
+// The allocating call inside the library: zeroed bytes, or null when the size does not fit
 // in 32 bits or memory is out.
 [[nodiscard]] inline void* allocate(uint64_t size) {
     return size > UINT32_MAX ? nullptr : fnSC_Malloc_Local(static_cast<uint32_t>(size));
 }
+
+// The same for a block that is written whole at once: its bytes are anything.
+[[nodiscard]] void* allocate_unfilled(uint64_t size);
 
 struct PlainFree {
     void operator()(void* p) const { fnSC_Free(&p); }
@@ -65,8 +68,10 @@ template <typename T>
 
 // A NUL-terminated copy of `size` bytes, or null.
 [[nodiscard]] inline char* copy_text(const void* bytes, size_t size) {
-    auto* copy = static_cast<char*>(allocate(static_cast<uint64_t>(size) + 1));
-    if (copy != nullptr && size != 0) std::memcpy(copy, bytes, size);
+    auto* copy = static_cast<char*>(allocate_unfilled(static_cast<uint64_t>(size) + 1));
+    if (copy == nullptr) return nullptr;
+    if (size != 0) std::memcpy(copy, bytes, size);
+    copy[size] = '\0';
     return copy;
 }
 

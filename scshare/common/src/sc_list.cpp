@@ -54,6 +54,7 @@ Node* predecessor(const tSCList& list, const Node* next) {
 
 template <typename Release>
 void clear(tSCList* list, Release release) {
+    if (list != nullptr) list->uReserved = 0;
     while (fnSCList_IsEmpty(list) == 0) {
         void* data = fnSCList_RemoveFront(list);
         if (data != nullptr) release(&data);
@@ -297,6 +298,7 @@ tSCList* fnSCList_Sort(tSCList* list, tSCListCompareFunc compare) {
 }
 
 void fnSCList_Free(tSCList* list) {
+    if (list != nullptr) list->uReserved = 0;
     if (fnSCList_IsEmpty(list) != 0) return;
     // QUIRK free_takes_one_node: frees the head and what its words name, so it suits a list of at
     // most one node whose datum is a block of this library. The header is left empty, or its tail

@@ -1,0 +1,172 @@
+// See mend_view.h.
+#include "Anatomy/src/mend_view.h"
+
+#include <mmskit/presentation.h>
+#include <string.h>
+
+#include <deque>
+#include <unordered_set>
+
+namespace mmskit_anatomy {
+namespace {
+
+constexpr int32_t drm_forward_locked = 1, drm_separate = 5;
+constexpr int kind_text = 1, kind_image = 2, kind_audio = 3, kind_video = 4, kind_other = 5;
+constexpr std::size_t longest_named = 120;  // bytes of a name in a note
+
+bool starts_as(std::string_view type, std::string_view word) {
+    return type.starts_with(word) && type.size() > word.size() && type[word.size()] == '/';
+}
+
+// What a part is by its type; by_type for what is none of these. A reference costs the first word,
+// however long the type goes on.
+MediaKind kind_of(const char* whole_type) {
+    constexpr std::size_t longest_word = 6;  // with the slash
+    const std::string_view type(whole_type, strnlen(whole_type, longest_word));
+    if (starts_as(type, "text")) return MediaKind::text;
+    if (starts_as(type, "image")) return MediaKind::image;
+    if (starts_as(type, "audio")) return MediaKind::audio;
+    if (starts_as(type, "video")) return MediaKind::video;
+    return MediaKind::by_type;
+}
+
+std::string in_note(std::string_view name) {
+    return std::string(name.substr(0, longest_named)) + (name.size() > longest_named ? "..." : "");
+}
+
+bool stays_free(const PlannedPart& part, MediaKind kind) {
+    return part.drm != 0 && part.drm != drm_forward_locked && kind != MediaKind::text;
+}
+bool is_hidden(const PlannedPart& part, MediaKind kind) {
+    return stays_free(part, kind) && part.drm != drm_separate;
+}
+
+}  // namespace
+
+MeantView::MeantView(const Tree& tree, uint32_t presentation, MendNotes& notes)
+    : referred_(tree.part_list.size()) {
+    if (presentation == no_part) return;
+    const tMMS_Part& part = tree.part_list[presentation];
+    presentation_ = read_presentation({reinterpret_cast<const char*>(part.pData), part.iDataLen});
+    resolve(tree, presentation, notes);
+}
+
+void MeantView::resolve(const Tree& tree, uint32_t presentation, MendNotes& notes) {
+    Resolver resolver(tree);
+    std::unordered_set<std::string_view> told;
+    for (SmilMedia& media : presentation_.media) {
+        uint32_t found = resolver.resolve(media.source);
+        for (const std::string& source : media.more_sources)
+            if (found == no_part) found = resolver.resolve(source);
+        if (found == no_part && told.insert(media.source).second)
+            notes.push_back({MMS_FLAW_LOST, tree.part_details[presentation].data,
+                             in_note(media.source) + ": no part has this name"});
+        if (found != no_part) {
+            const MediaKind kind = kind_of(tree.part_list[found].pType);
+            const bool mistaken = media.kind == MediaKind::text && kind != MediaKind::by_type;
+            if (media.kind == MediaKind::by_type || mistaken) media.kind = kind;
+            if (media.kind == MediaKind::by_type) found = no_part;
+        }
+        if (found != no_part) referred_[found] = true;
+        tree_parts_.push_back(found);
+    }
+}
+
+void MeantView::plan(const std::vector<PlannedPart>& parts) {
+    std::vector<uint32_t> planned(referred_.size(), no_part);
+    for (uint32_t i = 0; i < parts.size(); ++i)
+        planned[parts[i].part] = i;
+    view_ = {};
+    view_.whole = true;
+    view_.width = presentation_.width;
+    view_.height = presentation_.height;
+    view_.background = presentation_.background;
+    view_.placed.assign(parts.size(), false);
+    planned_parts_.assign(tree_parts_.size(), no_part);
+    for (const SmilSlide& slide : presentation_.slides) {
+        ShownSlide shown_slide{slide.duration, slide.background, slide.foreground,
+                               static_cast<uint32_t>(view_.shown.size()), 0};
+        for (uint32_t i = slide.first_media; i < slide.first_media + slide.media; ++i) {
+            if (tree_parts_[i] == no_part) continue;
+            const uint32_t part = planned[tree_parts_[i]];
+            planned_parts_[i] = part;
+            if (part == no_part) continue;
+            const SmilMedia& media = presentation_.media[i];
+            if (!stays_free(parts[part], media.kind)) view_.placed[part] = true;
+            if (is_hidden(parts[part], media.kind)) continue;
+            Shown shown{media.kind, part, {}, media.begin, 0};
+            if (media.region >= 0 && media.kind != MediaKind::audio) {
+                const SmilRegion& r = presentation_.regions[static_cast<std::size_t>(media.region)];
+                shown.place = {r.left, r.top, r.width, r.height};
+            }
+            shown.end = shown_end(media.begin, media.end, slide.duration);
+            view_.shown.push_back(shown);
+            ++shown_slide.count;
+        }
+        if (shown_slide.count != 0) view_.slides.push_back(shown_slide);
+    }
+}
+
+std::string MeantView::written(const std::vector<PlannedPart>& parts) const {
+    Presentation out;
+    out.width = presentation_.width;
+    out.height = presentation_.height;
+    out.background = presentation_.background;
+    out.regions = presentation_.regions;
+    for (SmilSlide slide : presentation_.slides) {
+        const uint32_t first = slide.first_media, end = slide.first_media + slide.media;
+        slide.first_media = static_cast<uint32_t>(out.media.size());
+        for (uint32_t i = first; i < end; ++i) {
+            if (planned_parts_[i] == no_part) continue;
+            const SmilMedia& from = presentation_.media[i];
+            SmilMedia& media = out.media.emplace_back();
+            media.kind = from.kind;
+            media.source = parts[planned_parts_[i]].exact.shown_name();
+            media.region = from.region;
+            media.begin = from.begin;
+            media.end = from.end;
+        }
+        slide.media = static_cast<uint32_t>(out.media.size()) - slide.first_media;
+        if (slide.media != 0) out.slides.push_back(slide);
+    }
+    return write_presentation(out);
+}
+
+std::vector<uint32_t> MeantView::shown_parts() const {
+    std::vector<uint32_t> out;
+    for (const uint32_t part : planned_parts_)
+        if (part != no_part) out.push_back(part);
+    return out;
+}
+
+std::vector<uint32_t> wrongly_laid_out(const std::vector<PlannedPart>& parts, ExactNames& names) {
+    std::deque<uint32_t> queues[4];
+    for (uint32_t i = 0; i < parts.size(); ++i) {
+        if (names.placed()[i]) continue;
+        int kind = fnPAR_IsPlayedMedia(parts[i].exact.type.c_str());
+        if (kind == kind_text && !parts[i].exact.has_charset) continue;
+        if (kind == kind_other && parts[i].drm == drm_forward_locked)
+            kind = fnPAR_IsPlayedMedia(parts[i].inner_type.c_str());
+        if (kind >= kind_text && kind <= kind_video) queues[kind - kind_text].push_back(i);
+    }
+    std::vector<uint32_t> wrong;
+    const auto show_next = [&](int kind) {
+        std::deque<uint32_t>& queue = queues[kind - kind_text];
+        const uint32_t part = queue.front();
+        queue.pop_front();
+        const std::string& name = parts[part].exact.shown_name();
+        const MediaKind as = kind == kind_text ? MediaKind::text : MediaKind::image;
+        if (!name.empty() && names.take(name, as) != part) wrong.push_back(part);
+    };
+    const auto waits = [&](int kind) { return !queues[kind - kind_text].empty(); };
+    while (waits(kind_text) || waits(kind_image) || waits(kind_audio) || waits(kind_video)) {
+        const bool image = waits(kind_image), audio = waits(kind_audio);
+        if (waits(kind_text)) show_next(kind_text);
+        if (image) show_next(kind_image);
+        if (audio) show_next(kind_audio);
+        if (waits(kind_video) && !image && !audio) show_next(kind_video);
+    }
+    return wrong;
+}
+
+}  // namespace mmskit_anatomy

@@ -1,0 +1,88 @@
+// Content types and headers of parts; see part_writer.h.
+#include "Anatomy/src/part_writer.h"
+
+#include <mmskit/runtime.h>
+#include <mmskit/wsp.h>
+
+namespace mmskit_anatomy {
+namespace {
+
+constexpr uint8_t code_body_type = 0x84;
+constexpr uint8_t parameter_charset = 0x81, parameter_name = 0x85, parameter_type = 0x89,
+                  parameter_start = 0x8A;
+constexpr uint8_t mixed = 0xA3, related_code = 0xB3, utf_8 = 0xEA;
+constexpr uint8_t known_types = 53;
+
+}  // namespace
+
+PartWriter::PartWriter() {
+    for (uint8_t code = 0; code < known_types; ++code) {
+        char* type = DecodeWellKnownContentType(code);
+        if (type != nullptr) codes_.emplace(folded(type), code);
+        fnSC_Free(&type);
+    }
+}
+
+std::string PartWriter::spelled(std::string_view type) const {
+    const auto found = codes_.find(std::string(type));
+    if (found == codes_.end()) return std::string(type);
+    char* text = DecodeWellKnownContentType(found->second);
+    std::string out = text != nullptr ? text : std::string(type);
+    fnSC_Free(&text);
+    return out;
+}
+
+void PartWriter::write_type(BytesWriter& out, std::string_view type) const {
+    if (const auto found = codes_.find(folded(type)); found != codes_.end())
+        out.octet(0x80U | found->second);
+    else
+        out.plain(type);
+}
+
+std::string PartWriter::body_type(bool related, std::string_view start) const {
+    BytesWriter out;
+    out.octet(code_body_type);
+    if (!related) {
+        out.octet(mixed);
+        return std::move(out.bytes);
+    }
+    BytesWriter value;
+    value.octet(related_code);
+    value.octet(parameter_type);
+    value.plain("application/smil");
+    if (!start.empty()) {
+        value.octet(parameter_start);
+        value.plain("<" + std::string(start) + ">");
+    }
+    out.value_length(value.bytes.size());
+    out.bytes += value.bytes;
+    return std::move(out.bytes);
+}
+
+std::string PartWriter::headers(const ExactBodyPart& part) const {
+    BytesWriter type;
+    write_type(type, part.type);
+    const bool general = part.has_charset || !part.name.empty();
+    if (part.has_charset) {
+        type.octet(parameter_charset);
+        type.octet(utf_8);
+    }
+    if (!part.name.empty()) {
+        type.octet(parameter_name);
+        type.text(part.name);
+    }
+    BytesWriter out;
+    if (general) out.value_length(type.bytes.size());
+    out.bytes += type.bytes;
+    if (!part.location.empty()) {
+        out.octet(code_location);
+        out.text(part.location);
+    }
+    if (!part.content_id.empty()) {
+        out.octet(code_content_id);
+        out.plain("\"<" + part.content_id + ">");
+    }
+    return std::move(out.bytes);
+}
+
+}  // namespace mmskit_anatomy

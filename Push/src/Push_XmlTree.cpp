@@ -1,0 +1,76 @@
+// The characters of names, values and text, which every XML parser behind Push_XmlTree.h gives
+// alike.
+#include "Push/src/Push_XmlTree.h"
+
+#include "scshare/common/src/owned.h"
+
+namespace mmskit {
+namespace {
+
+constexpr bool is_surrogate(uint32_t unit, uint32_t first) {
+    return unit >= first && unit < first + 0x400;
+}
+constexpr uint32_t high_surrogate = 0xD800;
+constexpr uint32_t low_surrogate = 0xDC00;
+
+uint32_t next_code_point(const uint16_t*& text) {
+    constexpr uint32_t replacement = 0xFFFD;
+    const uint32_t unit = *text++;
+    if (is_surrogate(unit, high_surrogate) && is_surrogate(*text, low_surrogate))
+        return 0x10000 + ((unit - high_surrogate) << 10) + (*text++ - low_surrogate);
+    const bool lone = is_surrogate(unit, high_surrogate) || is_surrogate(unit, low_surrogate);
+    return lone ? replacement : unit;
+}
+
+char* put_code_point(char* out, uint32_t c) {
+    const auto put = [&out](uint32_t byte) { *out++ = static_cast<char>(byte); };
+    if (c < 0x80) {
+        put(c);
+        return out;
+    }
+    if (c < 0x800) {
+        put(0xC0 | (c >> 6));
+    } else {
+        if (c < 0x10000) {
+            put(0xE0 | (c >> 12));
+        } else {
+            put(0xF0 | (c >> 18));
+            put(0x80 | ((c >> 12) & 0x3F));
+        }
+        put(0x80 | ((c >> 6) & 0x3F));
+    }
+    put(0x80 | (c & 0x3F));
+    return out;
+}
+
+}  // namespace
+
+bool xml_equals(const uint16_t* text, const char* ascii) {
+    if (text == nullptr) return false;
+    while (*ascii != '\0' && *text == static_cast<unsigned char>(*ascii)) {
+        ++text;
+        ++ascii;
+    }
+    return *ascii == '\0' && *text == 0;
+}
+
+uint64_t xml_length(const uint16_t* text) {
+    uint64_t units = 0;
+    while (text != nullptr && text[units] != 0)
+        ++units;
+    return units;
+}
+
+char* xml_put_utf8(char* out, const uint16_t* text) {
+    while (text != nullptr && *text != 0)
+        out = put_code_point(out, next_code_point(text));
+    return out;
+}
+
+char* xml_copy_utf8(const uint16_t* text) {
+    auto* copy = static_cast<char*>(allocate(3 * xml_length(text) + 1));
+    if (copy != nullptr) xml_put_utf8(copy, text);
+    return copy;
+}
+
+}  // namespace mmskit

@@ -1,0 +1,432 @@
+// Headers and bodies taken apart: tables of wire bytes and what they say, and what holds for any
+// bytes at all.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "tests/Anatomy/tree_checks.h"
+#include "tests/support/bytes.h"
+
+using namespace mmskit_anatomy;
+using testing_support::bytes;
+
+namespace {
+
+struct Taken {
+    explicit Taken(std::string input, bool body = false)
+        : wire(std::move(input)),
+          tree({reinterpret_cast<const uint8_t*>(wire.data()), wire.size()}) {
+        (body ? dissect_body : dissect_pdu)(tree, place(), 0);
+        tree.finish();
+    }
+    [[nodiscard]] Place place() const { return {0, 0, static_cast<uint32_t>(wire.size())}; }
+    [[nodiscard]] bool has(uint32_t flaw, std::string_view words = {}) const {
+        return std::any_of(tree.note_list.begin(), tree.note_list.end(), [&](const tMMS_Note& n) {
+            return n.iFlaw == flaw &&
+                   std::string_view(n.pText).find(words) != std::string_view::npos;
+        });
+    }
+    std::string wire;
+    Tree tree;
+};
+
+// ---- Headers ----
+
+struct HeaderCase {
+    const char* rule;
+    const char* wire;  // behind the message type
+    uint8_t form;
+    const char* name;
+    const char* value;
+    int64_t number;
+    bool exact;
+    uint32_t flaw;  // of any note about it
+};
+
+constexpr uint32_t none = MMS_FLAW_NONE, repaired = MMS_FLAW_REPAIRED, lost = MMS_FLAW_LOST,
+                   unknown = MMS_FLAW_UNKNOWN;
+
+const HeaderCase header_cases[] = {
+    {"text", "98 'T1' 00", MMS_VALUE_TEXT, "X-Mms-Transaction-Id", "T1", 0, true, none},
+    {"text_cut", "98 'T1'", MMS_VALUE_TEXT, "X-Mms-Transaction-Id", "T1", 0, false, lost},
+    {"code_alone", "98", MMS_VALUE_TEXT, "X-Mms-Transaction-Id", "", 0, false, lost},
+    {"version", "8D 92", MMS_VALUE_VERSION, "X-Mms-MMS-Version", "1.2", 0x92, true, none},
+    {"version_major_alone", "8D 9F", MMS_VALUE_VERSION, "X-Mms-MMS-Version", "1", 0x9F, true, none},
+    {"date", "85 04 65 53 F1 00", MMS_VALUE_DATE, "Date", "1700000000", 1700000000, true, none},
+    {"date_of_five_octets", "85 05 00 65 53 F1 00", MMS_VALUE_DATE, "Date", "1700000000",
+     1700000000, true, none},
+    {"date_of_eight_octets", "85 08 01 00 00 00 00 00 00 00", MMS_VALUE_DATE, "Date",
+     "72057594037927936", 72057594037927936, false, none},
+    {"date_cut", "85 04 65 53", MMS_VALUE_DATE, "Date", "25939", 25939, false, lost},
+    {"expiry_relative", "88 05 81 03 03 F4 80", MMS_VALUE_PERIOD, "X-Mms-Expiry", "259200", 259200,
+     true, none},
+    {"expiry_absolute", "88 06 80 04 65 53 F1 00", MMS_VALUE_DATE, "X-Mms-Expiry", "1700000000",
+     1700000000, true, none},
+    {"expiry_length_too_small", "88 02 81 03 03 F4 80", MMS_VALUE_PERIOD, "X-Mms-Expiry", "259200",
+     259200, false, repaired},
+    {"deadline", "9D 04 81 02 0E 10", MMS_VALUE_PERIOD, "X-Mms-Reply-Charging-Deadline", "3600",
+     3600, true, none},
+    {"size", "8E 02 10 00", MMS_VALUE_NUMBER, "X-Mms-Message-Size", "4096", 4096, true, none},
+    {"short_number", "B3 8A", MMS_VALUE_NUMBER, "X-Mms-Limit", "10", 10, false, none},
+    {"flag_yes", "86 80", MMS_VALUE_FLAG, "X-Mms-Delivery-Report", "yes", 1, true, none},
+    {"flag_no", "BB 81", MMS_VALUE_FLAG, "X-Mms-DRM-Content", "no", 0, true, none},
+    {"flag_of_neither", "86 85", MMS_VALUE_TOKEN, "X-Mms-Delivery-Report", "0x85", 0x85, true,
+     none},
+    {"class", "8A 81", MMS_VALUE_TOKEN, "X-Mms-Message-Class", "advertisement", 0x81, true, none},
+    {"class_of_its_own", "8A 'promo' 00", MMS_VALUE_TEXT, "X-Mms-Message-Class", "promo", 0, false,
+     none},
+    {"class_as_text", "8A 'Auto' 00", MMS_VALUE_TOKEN, "X-Mms-Message-Class", "auto", 0x83, false,
+     none},
+    {"token_without_a_name", "8F 99", MMS_VALUE_TOKEN, "X-Mms-Priority", "0x99", 0x99, true, none},
+    {"response_1_0", "92 84", MMS_VALUE_TOKEN, "X-Mms-Response-Status",
+     "error-sending-address-unresolved", 0x84, true, none},
+    {"response_permanent", "92 E1", MMS_VALUE_TOKEN, "X-Mms-Response-Status",
+     "error-permanent-service-denied", 0xE1, true, none},
+    {"retrieval_failed", "99 E2", MMS_VALUE_TOKEN, "X-Mms-Retrieve-Status",
+     "error-permanent-message-not-found", 0xE2, true, lost},
+    {"state", "A3 82", MMS_VALUE_TOKEN, "X-Mms-MM-State", "new", 0x82, true, none},
+    {"content_class", "BA 82", MMS_VALUE_TOKEN, "X-Mms-Content-Class", "image-rich", 0x82, true,
+     none},
+    {"attribute_is_a_field", "A8 96", MMS_VALUE_TOKEN, "X-Mms-Attributes", "Subject", 0x96, true,
+     none},
+    {"from_phone", "89 0E 80 '+1555/TYPE=PLMN' 00", MMS_VALUE_ADDRESS, "From", "+1555", 0, false,
+     repaired},
+    {"from_phone_true_length", "89 11 80 '+1555/TYPE=PLMN' 00", MMS_VALUE_ADDRESS, "From", "+1555",
+     0, true, none},
+    {"from_insert", "89 01 81", MMS_VALUE_TOKEN, "From", "insert-address", 0x81, true, none},
+    {"from_encoded", "89 0A 80 08 EA '+1555' 00 00", MMS_VALUE_ADDRESS, "From", "+1555", 0, false,
+     repaired},
+    {"from_without_length", "89 'a@b' 00", MMS_VALUE_ADDRESS, "From", "a@b", 0, false, repaired},
+    {"from_without_token", "89 04 'a@b' 00", MMS_VALUE_ADDRESS, "From", "a@b", 0, false, repaired},
+    {"to_mail", "97 'a/b@c' 00", MMS_VALUE_ADDRESS, "To", "a/b@c", 0, true, none},
+    {"to_ipv6", "97 '2001:DB8::1/TYPE=IPv6' 00", MMS_VALUE_ADDRESS, "To", "2001:DB8::1", 0, true,
+     none},
+    {"to_words", "97 '=?utf-8?Q?Zo=C3=AB?= <z@c>' 00", MMS_VALUE_ADDRESS, "To", "Zoë <z@c>", 0,
+     false, repaired},
+    {"subject_utf8", "96 05 EA 'abc' 00", MMS_VALUE_TEXT, "Subject", "abc", 0, true, none},
+    {"subject_quoted", "96 05 EA 7F C3 BC 00", MMS_VALUE_TEXT, "Subject", "ü", 0, true, none},
+    {"subject_latin1", "96 03 84 FC 00", MMS_VALUE_TEXT, "Subject", "ü", 0, false, repaired},
+    {"subject_contradicted", "96 03 EA FC 00", MMS_VALUE_TEXT, "Subject", "ü", 0, false, repaired},
+    {"subject_length_too_small", "96 02 EA 'abc' 00 8F 82", MMS_VALUE_TEXT, "Subject", "abc", 0,
+     true, none},
+    {"subject_length_too_large", "96 1E EA 'abc' 00 8F 82", MMS_VALUE_TEXT, "Subject", "abc", 0,
+     true, none},
+    {"subject_without_end", "96 04 EA 'abc' 8F 82", MMS_VALUE_TEXT, "Subject", "abc", 0, false,
+     repaired},
+    {"subject_ucs2", "96 08 02 03 E8 04 1F 04 40 00 8F 82", MMS_VALUE_TEXT, "Subject", "Пр", 0,
+     false, repaired},
+    {"subject_cut", "96 14 EA 'abc'", MMS_VALUE_TEXT, "Subject", "abc", 0, false, lost},
+    {"flags", "A4 07 80 05 EA 'abc' 00", MMS_VALUE_TEXT, "X-Mms-MM-Flags", "add: abc", 0, true,
+     none},
+    {"totals", "AA 03 80 01 0C", MMS_VALUE_TEXT, "X-Mms-Mbox-Totals", "12 messages", 12, true,
+     none},
+    {"sent_by", "A0 05 81 'a@b' 00", MMS_VALUE_ADDRESS, "X-Mms-Previously-Sent-By", "a@b", 0, true,
+     none},
+    {"sent_date", "A1 03 81 01 09", MMS_VALUE_DATE, "X-Mms-Previously-Sent-Date", "9", 9, true,
+     none},
+    {"code_of_no_version", "F0 80", MMS_VALUE_BYTES, "", "80", 0, false, unknown},
+    {"code_of_no_version_counted", "F1 03 'abc'", MMS_VALUE_BYTES, "", "03616263", 0, false,
+     unknown},
+    {"textual", "'X-Foo' 00 'bar' 00", MMS_VALUE_TEXT, "X-Foo", "bar", 0, false, none},
+    {"textual_subject", "'subject' 00 'Hi' 00", MMS_VALUE_TEXT, "Subject", "Hi", 0, false, none},
+    {"textual_priority", "'x-mms-priority' 00 'High' 00", MMS_VALUE_TOKEN, "X-Mms-Priority", "high",
+     0x82, false, none},
+    {"textual_cut", "'X-Foo' 00 'ba'", MMS_VALUE_TEXT, "X-Foo", "ba", 0, false, lost},
+};
+
+TEST(DissectHeaders, each_form_is_read) {
+    for (const HeaderCase& row : header_cases) {
+        SCOPED_TRACE(row.rule);
+        const Taken taken(bytes("8C 93") + bytes(row.wire));
+        ASSERT_GE(taken.tree.iHeaders, 2U);
+        const tMMS_HeaderField& header = taken.tree.pHeaders[1];
+        EXPECT_EQ(header.iForm, row.form);
+        EXPECT_STREQ(header.pName, row.name);
+        EXPECT_STREQ(header.pValue, row.value);
+        EXPECT_EQ(header.iNumber, row.number);
+        EXPECT_EQ(taken.tree.header_details[1].exact, row.exact);
+        EXPECT_EQ(taken.tree.nodes[header.iNode].iFlaw, row.flaw);
+        EXPECT_EQ(anatomy_checks::uncovered(taken.tree, taken.place()), "");
+    }
+}
+
+struct WholeCase {
+    const char* rule;
+    const char* wire;
+    const char* missing;  // null when nothing is lost
+};
+
+const WholeCase whole_cases[] = {
+    {"acknowledge", "8C 85 98 'T' 00", nullptr},
+    {"acknowledge_without_id", "8C 85 8D 92", "X-Mms-Transaction-Id"},
+    {"type_alone", "8C 85", "X-Mms-Transaction-Id"},
+    {"type_not_first", "98 'T' 00 8C 85", nullptr},
+    {"without_type", "98 'T' 00 8D 92", "X-Mms-Message-Type"},
+    {"confirmation_without_status", "8C 81 98 'T' 00", "X-Mms-Response-Status"},
+    {"retrieved_without_body", "8C 84 85 01 09", "Content-Type"},
+    {"retrieved_with_status_ok_without_body", "8C 84 99 80 85 01 09", "Content-Type"},
+    {"retrieval_failed", "8C 84 99 E0", "not retrieved"},
+};
+
+TEST(DissectHeaders, what_must_be_there_is_missed) {
+    for (const WholeCase& row : whole_cases) {
+        SCOPED_TRACE(row.rule);
+        const Taken taken(bytes(row.wire));
+        EXPECT_EQ(taken.has(lost), row.missing != nullptr);
+        EXPECT_TRUE(row.missing == nullptr || taken.has(lost, row.missing));
+    }
+}
+
+// ---- Bodies ----
+
+std::string part(const std::string& headers, const std::string& data, std::size_t claims) {
+    return std::string(1, static_cast<char>(headers.size())) +
+           std::string(1, static_cast<char>(claims)) + headers + data;
+}
+std::string part(const std::string& headers, const std::string& data) {
+    return part(headers, data, data.size());
+}
+std::string multipart(const char* type, char count, const std::string& parts) {
+    return bytes("84") + bytes(type) + count + parts;
+}
+
+struct PartCase {
+    const char* rule;
+    const char* headers;
+    const char* data;
+    const char* type;
+    const char* name;
+    const char* charset;
+    const char* handed;
+    bool headers_exact;
+    bool text_exact;
+};
+
+const PartCase part_cases[] = {
+    {"text_in_codes", "03 83 81 EA 8E 'a.txt' 00", "hi", "text/plain", "a.txt", "utf-8", "hi", true,
+     true},
+    {"type_as_text", "'text/plain' 00 8E 'a' 00", "hi", "text/plain", "a", nullptr, "hi", true,
+     true},
+    {"type_in_capitals", "'Text/Plain' 00 8E 'a' 00", "hi", "text/plain", "a", nullptr, "hi", false,
+     true},
+    {"parameters_in_the_type", "'text/plain; charset=koi8-r; name=\"a;b\"' 00", "\xC4\xC1",
+     "text/plain", "a;b", "koi8-r", "да", false, false},
+    {"charset_as_long_integer", "04 83 81 01 04", "\xFC", "text/plain", nullptr, "iso-8859-1", "ü",
+     true, true},
+    {"charset_as_text_name", "10 83 'charset' 00 'KOI8-R' 00", "\xC4\xC1", "text/plain", nullptr,
+     "koi8-r", "да", false, false},
+    {"charset_without_a_name", "05 83 81 02 27 0F", "hi", "text/plain", nullptr, "9999", "hi", true,
+     true},
+    {"latin1_is_exact", "03 83 81 84", "\xFC", "text/plain", nullptr, "iso-8859-1", "ü", true,
+     true},
+    {"windows_without_charset", "83", "5 \x80", "text/plain", nullptr, nullptr, "5 €", true, false},
+    {"name_85", "04 9E 85 'a' 00", "x", "image/jpeg", "a", nullptr, "x", true, true},
+    {"name_97", "04 9E 97 'a' 00", "x", "image/jpeg", "a", nullptr, "x", false, true},
+    {"name_quoted", "05 9E 85 '\"a' 00", "x", "image/jpeg", "a", nullptr, "x", false, true},
+    {"filename_98", "04 9E 98 'f' 00", "x", "image/jpeg", "f", nullptr, "x", false, true},
+    {"location_before_name", "04 9E 85 'a' 00 8E 'l' 00", "x", "image/jpeg", "l", nullptr, "x",
+     true, true},
+    {"empty_location", "9E 8E 00 C0 '\"<i>' 00", "x", "image/jpeg", "i", nullptr, "x", false, true},
+    {"content_id", "9E C0 '\"<i>' 00", "x", "image/jpeg", "i", nullptr, "x", true, true},
+    {"location_behind_another_header", "9E B0 80 8E 'l' 00", "x", "image/jpeg", "l", nullptr, "x",
+     false, true},
+    {"disposition", "9E AE 04 81 98 'f' 00", "x", "image/jpeg", "f", nullptr, "x", false, true},
+    {"disposition_as_text", "9E 'Content-Disposition' 00 'attachment; filename=\"f g\"' 00", "x",
+     "image/jpeg", "f g", nullptr, "x", false, true},
+    {"base64", "83 'Content-Transfer-Encoding' 00 'BASE64' 00", "aGk=", "text/plain", nullptr,
+     nullptr, "hi", true, false},
+    {"quoted_printable", "83 'content-transfer-encoding' 00 'quoted-printable' 00", "=C3=BC",
+     "text/plain", nullptr, nullptr, "ü", true, false},
+    {"declared_base64_and_binary", "9E 'Content-Transfer-Encoding' 00 'base64' 00",
+     "\xFF\xD8\xFF\xE0 and so on", "image/jpeg", nullptr, nullptr, "\xFF\xD8\xFF\xE0 and so on",
+     true, true},
+};
+
+TEST(DissectBody, each_form_of_a_part_is_read) {
+    for (const PartCase& row : part_cases) {
+        SCOPED_TRACE(row.rule);
+        const Taken taken(multipart("A3", 1, part(bytes(row.headers), row.data)), true);
+        ASSERT_EQ(taken.tree.iParts, 1U);
+        const tMMS_Part& found = taken.tree.pParts[0];
+        EXPECT_STREQ(found.pType, row.type);
+        EXPECT_STREQ(found.pName, row.name);
+        EXPECT_STREQ(found.pCharset, row.charset);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(found.pData), found.iDataLen),
+                  row.handed);
+        EXPECT_EQ(taken.tree.part_details[0].headers_exact, row.headers_exact);
+        EXPECT_EQ(taken.tree.part_details[0].text_exact, row.text_exact);
+        EXPECT_EQ(anatomy_checks::uncovered(taken.tree, taken.place()), "");
+        EXPECT_FALSE(taken.has(lost));
+    }
+}
+
+const std::string a_text = part(bytes("83 8E 'a' 00"), "first");
+const std::string b_text = part(bytes("83 8E 'b' 00"), "second");
+const std::string gif = bytes("'GIF89a' 01 00 01 00 00 00 00 3B");
+
+struct LieCase {
+    const char* rule;
+    std::string body;
+    uint32_t parts;
+    uint32_t flaw;
+    const char* says;
+    bool body_exact;
+};
+
+TEST(DissectBody, what_is_there_decides) {
+    const std::string gif_headers = bytes("9D 8E 'x.gif' 00");
+    const LieCase cases[] = {
+        {"whole", multipart("A3", 2, a_text + b_text), 2, none, "", true},
+        {"count_too_large", multipart("A3", 5, a_text + b_text), 2, lost, "2 of 5 parts", false},
+        {"count_too_small", multipart("A3", 1, a_text + b_text), 2, repaired, "2 parts", false},
+        {"bytes_behind", multipart("A3", 1, a_text + std::string(4, '\0')), 1, unknown, "4 bytes",
+         true},
+        {"data_cut", multipart("A3", 1, part(bytes("83 8E 'a' 00"), "fir", 5)), 1, lost,
+         "a: 3 of 5 bytes", true},
+        {"data_swallows_the_next",
+         multipart("A3", 2, part(gif_headers, gif, gif.size() + 3) + a_text), 2, lost,
+         "x.gif: 14 of 17 bytes", true},
+        {"data_too_short", multipart("A3", 2, part(gif_headers, gif, gif.size() - 3) + a_text), 2,
+         repaired, "x.gif: 14 bytes", true},
+        {"nested", multipart("A3", 1, part(bytes("A3"), '\x02' + a_text + b_text)), 2, none, "",
+         false},
+        {"no_count", bytes("84 A3"), 0, lost, "the body is missing", false},
+        {"part_ends_in_headers", multipart("A3", 2, a_text + b_text.substr(0, 4)), 1, lost,
+         "in its headers", false},
+        {"part_ends_in_lengths", multipart("A3", 2, a_text + b_text.substr(0, 1)), 1, lost,
+         "in its lengths", false},
+    };
+    for (const LieCase& row : cases) {
+        SCOPED_TRACE(row.rule);
+        const Taken taken(row.body, true);
+        EXPECT_EQ(taken.tree.iParts, row.parts);
+        EXPECT_EQ(taken.tree.iNotes != 0, row.flaw != none);
+        EXPECT_TRUE(row.flaw == none || taken.has(row.flaw, row.says));
+        EXPECT_EQ(taken.tree.body_exact, row.body_exact);
+        EXPECT_EQ(anatomy_checks::uncovered(taken.tree, taken.place()), "");
+    }
+}
+
+TEST(DissectBody, the_richest_alternative_that_can_be_shown_is_kept) {
+    const std::string html = part(bytes("82"), "<b>rich</b>");
+    const std::string smil = part(bytes("'application/smil' 00"), "<smil/>");
+    const std::string related = part(bytes("B3"), '\x02' + smil + a_text);
+    const struct {
+        const char* rule;
+        std::string parts;
+        char count;
+        const char* left_out;  // a digit for each part
+    } cases[] = {
+        {"plain_before_html", a_text + html, 2, "01"},
+        {"plain_behind_html", html + a_text, 2, "10"},
+        {"related_with_presentation", a_text + related, 2, "100"},
+        {"related_first", related + a_text, 2, "001"},
+        {"picture", a_text + part(bytes("9D"), gif), 2, "10"},
+        {"only_html", html, 1, "0"},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.rule);
+        const Taken taken(multipart("A6", row.count, row.parts), true);
+        std::string left_out;
+        for (const tMMS_Part& found : taken.tree.part_list)
+            left_out += found.bAlternative != 0 ? '1' : '0';
+        EXPECT_EQ(left_out, row.left_out);
+    }
+}
+
+TEST(DissectBody, start_names_the_presentation) {
+    const auto smil = [](const char* id) {
+        return part(bytes("'application/smil' 00 C0") + '"' + '<' + id + '>' + '\0', "<smil/>");
+    };
+    const std::string both = smil("one") + smil("two") + a_text;
+    for (const auto& [start, first] : {std::pair{"<one>", 1}, {"two", 0}, {"none", 1}}) {
+        SCOPED_TRACE(start);
+        const std::string type = bytes("B3 8A") + start + '\0';
+        const Taken taken(bytes("84") + static_cast<char>(type.size()) + type + '\3' + both, true);
+        ASSERT_EQ(taken.tree.iParts, 3U);
+        EXPECT_EQ(taken.tree.pParts[0].bPresentation, first);
+        EXPECT_EQ(taken.tree.pParts[1].bPresentation, 1 - first);
+    }
+}
+
+// ---- Any bytes ----
+
+void expect_sound(const std::string& input, const std::string& trace);
+
+TEST(Dissect, long_values_are_cut_between_characters) {
+    std::string letters;
+    for (int i = 0; i < 700; ++i)
+        letters += "ü";
+    for (const char* before : {"", "x"}) {
+        const std::string type = before + letters + '\0';
+        expect_sound("\x84" + type + letters, before);
+        expect_sound(bytes("8C 84") + before + letters + '\0' + letters + '\0', before);
+        expect_sound(bytes("8C 84 96") + type, before);
+    }
+}
+
+void expect_sound(const std::string& input, const std::string& trace) {
+    for (const bool body : {false, true}) {
+        const Taken taken(input, body);
+        ASSERT_EQ(anatomy_checks::uncovered(taken.tree, taken.place()), "") << trace;
+        ASSERT_EQ(anatomy_checks::unsound(taken.tree), "") << trace;
+    }
+}
+
+TEST(Dissect, every_byte_of_real_messages_and_of_their_beginnings_belongs_to_a_leaf) {
+    namespace fs = std::filesystem;
+    constexpr std::size_t small = 160;
+    const fs::path samples = MMSKIT_SAMPLES;
+    for (const fs::path& folder :
+         {fs::path(MMSKIT_SOURCE_DIR) / "examples", samples, samples.parent_path() / "odd"}) {
+        if (!fs::is_directory(folder)) continue;
+        for (const auto& entry : fs::directory_iterator(folder)) {
+            if (!entry.is_regular_file()) continue;
+            std::ifstream file(entry.path(), std::ios::binary);
+            const std::string whole{std::istreambuf_iterator<char>(file), {}};
+            expect_sound(whole, entry.path());
+            const std::size_t cuts = whole.size() <= small ? whole.size() : 0;
+            for (std::size_t size = 0; size < cuts; ++size)
+                expect_sound(whole.substr(0, size),
+                             entry.path().string() + " cut to " + std::to_string(size));
+        }
+    }
+}
+
+TEST(Dissect, hostile_shapes_stay_within_the_limits) {
+    constexpr std::size_t size = 200'000;
+    const auto many = [](const std::string& piece) {
+        std::string all;
+        while (all.size() < size)
+            all += piece;
+        return all;
+    };
+    std::string deep = bytes("00");
+    for (int level = 0; level < 200; ++level) {
+        std::string length;
+        length += static_cast<char>(0x80 | (deep.size() >> 7 & 0x7F));
+        length += static_cast<char>(deep.size() & 0x7F);
+        deep = bytes("01 01") + length + bytes("A3") + deep;
+    }
+    const std::string body = bytes("84 A3 8F FF FF FF 7F");
+    const std::pair<const char*, std::string> cases[] = {
+        {"headers", bytes("8C 84") + many(bytes("86 80"))},
+        {"headers_whose_text_ends_nowhere", bytes("8C 84") + many(bytes("96 03 EA 'ab'"))},
+        {"textual_headers", bytes("8C 84") + many(bytes("'a' 00 'b' 00"))},
+        {"unknown_codes", bytes("8C 84") + many(bytes("F0 80"))},
+        {"empty_parts", body + many(bytes("01 00 83"))},
+        {"parts_that_lead_nowhere", body + many(bytes("01 04 9E FF D8 FF DA"))},
+        {"texts_without_a_mark", body + many(bytes("06 04 05 83 81 02 03 E8 4F 60 59 7D"))},
+        {"cyrillic", body + many(bytes("06 02 05 83 81 02 08 24 C4 C1"))},
+        {"words", bytes("8C 84 96") + many("=?utf-8?Q?a?= ") + '\0'},
+        {"deep", bytes("84 A3") + deep},
+        {"zeros", std::string(size, '\0')},
+        {"parameters", bytes("84 1F BD 84 3F A3") + many(bytes("8A 'a' 00"))},
+    };
+    for (const auto& [rule, input] : cases)
+        expect_sound(input, rule);
+}
+
+}  // namespace

@@ -1,0 +1,414 @@
+// Mending through the C interface: what the exact decoders then read, that what they read rightly
+// stays byte for byte, and that mending twice is mending once.
+#include <gtest/gtest.h>
+#include <mmskit/anatomy.h>
+#include <mmskit/mmskit.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/Anatomy/taken.h"
+#include "tests/support/bytes.h"
+
+using namespace testing_support;
+
+namespace {
+
+struct AnatomyFree {
+    void operator()(tMMS_Anatomy* a) const { fnMMS_FreeAnatomy(a); }
+};
+struct MendedFree {
+    void operator()(tMMS_Mended* m) const { fnMMS_FreeMended(m); }
+};
+
+// A message with its anatomy and what became of it.
+struct Mending {
+    explicit Mending(std::string message)
+        : input(std::move(message)),
+          anatomy(fnMMS_Dissect(reinterpret_cast<const uint8_t*>(input.data()),
+                                static_cast<uint32_t>(input.size()))),
+          mended(fnMMS_Mend(anatomy.get())) {}
+
+    [[nodiscard]] std::string bytes() const {
+        return {reinterpret_cast<const char*>(mended->pData), mended->iLength};
+    }
+    [[nodiscard]] std::string body() const { return bytes().substr(mended->iBody); }
+    [[nodiscard]] std::string notes(uint32_t flaw) const {
+        std::string out;
+        for (uint32_t i = 0; i < mended->iNotes; ++i)
+            if (mended->pNotes[i].iFlaw == flaw) out += std::string(mended->pNotes[i].pText) + "\n";
+        return out;
+    }
+
+    std::string input;
+    std::unique_ptr<tMMS_Anatomy, AnatomyFree> anatomy;
+    std::unique_ptr<tMMS_Mended, MendedFree> mended;
+};
+
+const std::string nul(1, '\0');
+
+std::string text(std::string_view value) {
+    return std::string(value) + nul;
+}
+std::string sized(const std::string& value) {
+    if (value.size() < 31) return std::string(1, static_cast<char>(value.size())) + value;
+    return "\x1F" + uintvar(value.size()) + value;
+}
+std::string header(uint8_t code, const std::string& value) {
+    return std::string(1, static_cast<char>(code)) + value;
+}
+std::string location(std::string_view name) {
+    return "\x8E" + text(name);
+}
+std::string content_id(std::string_view id) {
+    return "\xC0\"" + text("<" + std::string(id) + ">");
+}
+
+const std::string date = bytes("85 04 65 53 F1 00");
+const std::string from = header(0x89, sized("\x80" + text("+15550100001/TYPE=PLMN")));
+const std::string to = header(0x97, text("+15550100002/TYPE=PLMN"));
+
+std::string retrieved(const std::string& headers, const std::string& body) {
+    return "\x8C\x84\x98" + text("T1") + "\x8D\x92" + date + from + to + headers + body;
+}
+
+std::string mixed(const std::vector<std::string>& parts) {
+    std::string out = "\x84\xA3" + uintvar(parts.size());
+    for (const std::string& p : parts)
+        out += p;
+    return out;
+}
+std::string related(const std::vector<std::string>& parts) {
+    std::string out = "\x84" +
+                      sized("\xB3\x89" + text("application/smil") + "\x8A" + text("<smil>")) +
+                      uintvar(parts.size());
+    for (const std::string& p : parts)
+        out += p;
+    return out;
+}
+
+std::string picture(std::string_view name, std::string_view data, const std::string& headers = {}) {
+    return part("\x9E" + (headers.empty() ? location(name) : headers), data);
+}
+std::string words(std::string_view name, std::string_view data) {
+    return part("\x03\x83\x81\xEA" + location(name), data);
+}
+std::string presentation(std::string_view slides) {
+    return part(sized(text("application/smil") + "\x81\xEA") + content_id("smil"),
+                "<smil><head><layout><root-layout width=\"160\" height=\"120\"/></layout></head>"
+                "<body>" +
+                    std::string(slides) + "</body></smil>");
+}
+
+// Each slide as "picture|words", then what is attached: "a.jpg:SEA|Hello + b.jpg".
+std::string seen(const Mending& m) {
+    const std::string body = m.body();
+    if (fnPAR_SmilParserEntry(reinterpret_cast<const uint8_t*>(body.data()),
+                              static_cast<int32_t>(body.size())) == 0)
+        return "nothing";
+    std::string out;
+    fnPAR_InitCurPar();
+    for (int more = fnPAR_IsParEmpty() == 0; more != 0; more = fnPAR_ProceedNextPar()) {
+        tPAR_Image image{};
+        tPAR_Text letters{};
+        out += out.empty() ? "" : ", ";
+        if (fnPAR_GetCurParImg(&image) != 0)
+            out.append(reinterpret_cast<const char*>(image.Data),
+                       static_cast<size_t>(image.Length));
+        if (fnPAR_GetCurParText(&letters) != 0)
+            out += "|" + std::string(reinterpret_cast<const char*>(letters.Data));
+    }
+    for (int32_t i = 0; i < fnPAR_GetTotalAttachments(); ++i) {
+        tPAR_Attachment attachment{};
+        fnPAR_GetAttachment(&attachment, i);
+        out += " + " + std::string(reinterpret_cast<const char*>(attachment.Data),
+                                   static_cast<size_t>(attachment.Length));
+    }
+    fnPAR_SmilFree();
+    return out;
+}
+
+std::string originals(const Mending& m) {
+    std::string out;
+    for (uint32_t i = 0; i < m.mended->iParts; ++i) {
+        const tMMS_MendedPart& p = m.mended->pParts[i];
+        out += (out.empty() ? "" : " ") + std::string(p.pOriginal != nullptr ? p.pOriginal : "-");
+    }
+    return out;
+}
+
+std::string slide(std::string_view picture_source, std::string_view words_source = {}) {
+    std::string out = "<par dur=\"5s\"><img src=\"" + std::string(picture_source) + "\"/>";
+    if (!words_source.empty()) out += "<text src=\"" + std::string(words_source) + "\"/>";
+    return out + "</par>";
+}
+
+void expect_stable(const Mending& m) {
+    ASSERT_NE(m.mended->pData, nullptr);
+    const Mending again(m.bytes());
+    EXPECT_EQ(again.mended->bChanged, 0U) << hex(again.bytes());
+    EXPECT_EQ(hex(again.bytes()), hex(m.bytes()));
+    EXPECT_TRUE(is_taken(*m.anatomy, *m.mended)) << hex(m.bytes());
+}
+
+struct BodyCase {
+    const char* name;
+    std::string body;
+    std::string seen;
+    bool changed = true;
+    std::string lost = {};
+};
+
+const BodyCase body_cases[] = {
+    {"whole_and_right",
+     related(
+         {presentation(slide("a.jpg", "a.txt")), picture("a.jpg", "SEA"), words("a.txt", "Hi")}),
+     "SEA|Hi", false},
+    {"digits_in_the_order_of_the_parts",
+     related({presentation(slide("1.jpg") + slide("2.jpg")), picture("1.jpg", "ONE"),
+              picture("2.jpg", "TWO")}),
+     "ONE, TWO", false},
+    {"digits_in_another_order",
+     related({presentation(slide("2.jpg") + slide("1.jpg")), picture("1.jpg", "ONE"),
+              picture("2.jpg", "TWO")}),
+     "TWO, ONE"},
+    {"digits_of_one_that_is_not_shown",
+     related({presentation(slide("2.jpg")), picture("1.jpg", "ONE"), picture("2.jpg", "TWO")}),
+     "TWO + ONE"},
+    {"one_picture_on_several_slides",
+     related({presentation(slide("1.jpg") + slide("1.jpg") + slide("2.jpg")),
+              picture("1.jpg", "ONE"), picture("2.jpg", "TWO")}),
+     "ONE, ONE, TWO"},
+    {"other_script",
+     related({presentation(slide("река.jpg") + slide("мост.jpg")), picture("мост.jpg", "BRIDGE"),
+              picture("река.jpg", "RIVER")}),
+     "RIVER, BRIDGE"},
+    {"names_that_a_value_cannot_carry",
+     related({presentation(slide("a&amp;b.jpg") + slide("c&quot;d.jpg")), picture("a&b.jpg", "AB"),
+              picture("c\"d.jpg", "CD")}),
+     "AB, CD"},
+    {"new_names_stay_clear_of_old_ones",
+     related({presentation(slide("2.jpg") + slide("parta.jpg")), picture("parta.jpg", "P"),
+              picture("1.jpg", "ONE"), picture("2.jpg", "TWO")}),
+     "TWO, P + ONE"},
+    {"one_name_for_two_parts",
+     related({presentation(slide("a.jpg") + slide("a.jpg")), picture("a.jpg", "ONE"),
+              picture("a.jpg", "TWO")}),
+     "ONE, TWO", false},
+    {"content_id_before_the_same_names",
+     related({presentation(slide("cid:two") + slide("CID:one")),
+              picture("", "ONE", location("a.jpg") + content_id("one")),
+              picture("", "TWO", location("a.jpg") + content_id("two"))}),
+     "TWO, ONE", false},
+    {"only_the_end_of_the_name",
+     related({presentation(slide("media/A.JPG")), picture("a.jpg", "SEA")}), "SEA"},
+    {"percent_encoding",
+     related({presentation(slide("my%20sea.jpg")), picture("my sea.jpg", "SEA")}), "SEA"},
+    {"no_part_of_that_name",
+     related({presentation(slide("1.jpg") + slide("gone.jpg")), picture("2.jpg", "TWO"),
+              picture("1.jpg", "ONE")}),
+     "ONE + TWO", true, "gone.jpg: no part has this name\n"},
+    {"a_picture_is_no_text",
+     related(
+         {presentation("<par dur=\"5s\"><text src=\"a.jpg\"/></par>"), picture("a.jpg", "SEA")}),
+     "SEA"},
+    {"a_ref_is_what_its_part_is",
+     related({presentation("<par dur=\"5s\"><ref src=\"a.jpg\"/><ref src=\"a.txt\"/></par>"),
+              picture("a.jpg", "SEA"), words("a.txt", "Hi")}),
+     "SEA|Hi"},
+    {"the_texts_of_a_presentation_have_made_up_names",
+     related({presentation("<par dur=\"5s\"><text src=\"MMS_Text000.txt\"/></par>"),
+              part("\x03\x83\x81\xEA", "Hi")}),
+     "|Hi", false},
+    {"texts_without_a_presentation_are_not_taken_for_others",
+     mixed({picture("1", "ONE"), words("2", "two"), words("3", "three")}), "|two, |three + ONE"},
+    {"text_without_a_character_set", mixed({part("\x83" + location("a.txt"), "gr\xFC\xDF")}),
+     "|gr\xC3\xBC\xC3\x9F"},
+    {"type_in_capitals",
+     mixed({part(sized(text("TEXT/Plain") + "\x81\xEA") + location("a.txt"), "Hi")}), "|Hi"},
+    {"nested",
+     mixed({part("\xB3", uintvar(3) + presentation(slide("a.jpg", "a.txt")) +
+                             picture("a.jpg", "SEA") + words("a.txt", "Hi")),
+            part("\x87" + location("me.vcf"), "CARD")}),
+     "SEA|Hi + CARD"},
+    {"count_too_small", std::string("\x84\xA3\x01") + words("a.txt", "one") + words("b.txt", "two"),
+     "|one, |two"},
+    {"unnamed_parts_are_attached", mixed({part("\x9E", "SEA"), words("a.txt", "Hi")}), "|Hi + SEA",
+     false},
+};
+
+TEST(Mend, bodies) {
+    for (const BodyCase& c : body_cases) {
+        SCOPED_TRACE(c.name);
+        const Mending m(retrieved("", c.body));
+        EXPECT_EQ(seen(m), c.seen) << hex(m.bytes());
+        EXPECT_EQ(m.mended->bChanged != 0, c.changed);
+        EXPECT_EQ(m.bytes() != m.input, c.changed);
+        EXPECT_EQ(m.notes(MMS_FLAW_LOST), c.lost);
+        expect_stable(m);
+    }
+}
+
+TEST(Mend, the_presentation_that_start_names_is_the_one) {
+    const std::string other =
+        part(sized(text("application/smil") + "\x81\xEA") + content_id("other"),
+             "<smil><body>" + slide("b.jpg") + "</body></smil>");
+    const Mending m(retrieved("", related({presentation(slide("a.jpg")), picture("a.jpg", "A"),
+                                           picture("b.jpg", "B"), other})));
+    EXPECT_EQ(seen(m), "A + B");
+    EXPECT_EQ(m.notes(MMS_FLAW_LOST), "");
+    expect_stable(m);
+}
+
+TEST(Mend, original_names_and_places_of_the_parts_are_told) {
+    const Mending m(retrieved("", related({presentation(slide("2.jpg") + slide("1.jpg")),
+                                           picture("1.jpg", "ONE"), picture("2.jpg", "TWO")})));
+    EXPECT_EQ(originals(m), "smil 1.jpg 2.jpg");
+    const std::string bytes = m.bytes();
+    ASSERT_EQ(m.mended->iParts, 3U);
+    EXPECT_EQ(bytes.substr(m.mended->pParts[1].iOffset, m.mended->pParts[1].iLength), "ONE");
+    EXPECT_EQ(bytes.substr(m.mended->pParts[2].iOffset, m.mended->pParts[2].iLength), "TWO");
+    EXPECT_STRNE(m.mended->pParts[1].pName, "1.jpg");
+    EXPECT_EQ(static_cast<uint8_t>(m.body()[0]), 0x84);
+}
+
+std::string encoded(uint8_t charset, const std::string& value) {
+    return sized(std::string(1, static_cast<char>(charset)) + value + nul);
+}
+
+struct HeaderCase {
+    const char* name;
+    std::string headers;  // added to a retrieved message
+    const char* from;
+    const char* to;
+    const char* subject;
+    bool changed = true;
+};
+const HeaderCase header_cases[] = {
+    {"plain", header(0x96, encoded(0xEA, "Hi")), "+15550100001", "+15550100002", "Hi", false},
+    {"later_version", "\xBB\x80\xB2\x81" + header(0x96, text("Hi")), "+15550100001", "+15550100002",
+     "Hi"},
+    {"textual", text("X-Foo") + "\x80" + header(0x96, text("Hi")), "+15550100001", "+15550100002",
+     "Hi"},
+    {"subject_in_latin_1", header(0x96, encoded(0x84, "gr\xFC\xDF")), "+15550100001",
+     "+15550100002", "gr\xC3\xBC\xC3\x9F"},
+    {"subject_in_words", header(0x96, text("=?utf-8?B?R3LDvMOfZQ==?=")), "+15550100001",
+     "+15550100002",
+     "Gr\xC3\xBC\xC3\x9F"
+     "e"},
+    {"encoded_recipient", header(0x97, encoded(0xEA, "+15550100003/TYPE=PLMN")), "+15550100001",
+     "+15550100002;+15550100003", nullptr},
+    {"encoded_sender", header(0x89, sized("\x80" + encoded(0x84, "Zo\xEB <zoe@mail.example>"))),
+     "Zo\xC3\xAB <zoe@mail.example>", "+15550100002", nullptr},
+};
+
+TEST(Mend, headers_of_a_retrieved_message) {
+    for (const HeaderCase& c : header_cases) {
+        SCOPED_TRACE(c.name);
+        const Mending m(retrieved(c.headers, mixed({words("a.txt", "Hi")})));
+        const std::string bytes = m.bytes();
+        tMMS_RetrieveConf* read = fnMMS_ParseRetrieveConf(
+            reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<int32_t>(bytes.size()));
+        ASSERT_NE(read, nullptr) << hex(bytes);
+        EXPECT_STREQ(read->From, c.from);
+        EXPECT_STREQ(read->pTo, c.to);
+        EXPECT_STREQ(read->pSubject, c.subject);
+        EXPECT_STREQ(read->pTransactionId, "T1");
+        EXPECT_EQ(m.mended->bChanged != 0, c.changed);
+        fnMMS_FreeMessageMem(read, 4);
+        expect_stable(m);
+    }
+}
+
+// Its length stands before the text, and an octet of zero in it would end the value.
+TEST(Mend, a_subject_of_any_length_is_read_back_whole) {
+    for (const size_t size : {1U,  27U,  28U,  29U,  30U,  31U,  60U,  61U,   62U,   63U,
+                              64U, 125U, 126U, 127U, 128U, 190U, 500U, 8190U, 8191U, 20'000U}) {
+        const std::string latin_1(size, '\xE9');
+        std::string expected;
+        for (size_t i = 0; i < size; ++i)
+            expected += "\xC3\xA9";
+        const Mending m(
+            retrieved(header(0x96, encoded(0x84, latin_1)), mixed({words("a.txt", "Hi")})));
+        const std::string bytes = m.bytes();
+        tMMS_RetrieveConf* read = fnMMS_ParseRetrieveConf(
+            reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<int32_t>(bytes.size()));
+        ASSERT_NE(read, nullptr);
+        EXPECT_EQ(testing_support::text(read->pSubject), expected) << size;
+        fnMMS_FreeMessageMem(read, 4);
+        expect_stable(m);
+    }
+}
+
+TEST(Mend, a_sent_message_has_no_date_and_a_delivery_report_no_sender) {
+    const Mending sent("\x8C\x80\x98" + text("T1") + "\x8D\x92" + date + "\x89\x01\x81" + to +
+                       mixed({words("a.txt", "Hi")}));
+    expect_stable(sent);
+    EXPECT_EQ(sent.bytes().find(date), std::string::npos);
+    const Mending report("\x8C\x86\x8D\x92\x8B" + text("m1") + from + to + date + "\x95\x81");
+    expect_stable(report);
+    EXPECT_EQ(report.bytes().find(from), std::string::npos);
+    EXPECT_EQ(sent.notes(MMS_FLAW_LOST) + report.notes(MMS_FLAW_LOST), "");
+}
+
+TEST(Mend, a_response_text_loses_its_character_set) {
+    const Mending m("\x8C\x81\x98" + text("T1") + "\x8D\x92\x92\xE1\x93" +
+                    encoded(0x84, "Geb\xFChr"));
+    const std::string bytes = m.bytes();
+    tMMS_SendConf* read = fnMMS_ParseSendConf(reinterpret_cast<const uint8_t*>(bytes.data()),
+                                              static_cast<int32_t>(bytes.size()));
+    ASSERT_NE(read, nullptr);
+    EXPECT_STREQ(read->pResponseText, "Geb\xC3\xBChr");
+    EXPECT_EQ(read->bResponseStatus, 0xE1);
+    fnMMS_FreeMessageMem(read, 2);
+    expect_stable(m);
+}
+
+TEST(Mend, what_is_no_message_has_no_bytes) {
+    const Mending m("It was a bright cold day in April, and the clocks were striking thirteen.\n");
+    EXPECT_EQ(m.mended->pData, nullptr);
+    EXPECT_EQ(fnMMS_Mend(nullptr), nullptr);
+    fnMMS_FreeMended(nullptr);
+}
+
+// Every prefix of every message that is at hand.
+TEST(Mend, cut_messages_are_taken_and_mended_once) {
+    for (const char* folder :
+         {MMSKIT_SOURCE_DIR "/examples", MMSKIT_SAMPLES, MMSKIT_SAMPLES "/../odd"}) {
+        std::error_code none;
+        for (const auto& entry : std::filesystem::directory_iterator(folder, none)) {
+            if (entry.path().extension() != ".mms") continue;
+            const std::string whole = file_bytes(entry.path().string());
+            const size_t step = 1 + whole.size() / 40;
+            for (size_t length = whole.size() % step; length <= whole.size(); length += step) {
+                SCOPED_TRACE(entry.path().filename().string() + " cut to " +
+                             std::to_string(length));
+                const Mending m(whole.substr(0, length));
+                if (m.anatomy->iMessage != MMS_MESSAGE_PDU &&
+                    m.anatomy->iMessage != MMS_MESSAGE_BODY)
+                    continue;
+                expect_stable(m);
+                if (HasFailure()) return;
+            }
+        }
+    }
+}
+
+// Many references and parts whose names are alike would cost their product if each were compared.
+TEST(Mend, many_references_cost_their_number) {
+    std::string slides;
+    std::vector<std::string> parts = {""};
+    for (int i = 0; i < 4000; ++i) {
+        const std::string name = std::to_string(10'000 + i) + ".jpg";
+        slides = slide(name) + slides;
+        parts.push_back(picture(name, std::to_string(i)));
+    }
+    parts[0] = presentation(slides);
+    const Mending m(retrieved("", related(parts)));
+    EXPECT_TRUE(seen(m).starts_with("3999, 3998, 3997")) << seen(m).substr(0, 100);
+    expect_stable(m);
+}
+
+}  // namespace

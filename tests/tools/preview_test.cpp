@@ -1,0 +1,249 @@
+// What `mmskit preview` writes, as bytes. How the pages behave in a browser is held in
+// tests/browser.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+
+#include "tests/tools/tool_runner.h"
+
+namespace testing_support {
+namespace {
+
+using std::string;
+
+class Preview : public ToolRunner {
+  protected:
+    string page(const string& message) {
+        write("in.mms", message);
+        const Outcome outcome = run("preview in.mms -o out.html");
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        return read("out.html");
+    }
+};
+
+std::size_t count(const string& text, const string& what) {
+    std::size_t found = 0;
+    for (std::size_t at = text.find(what); at != string::npos; at = text.find(what, at + 1))
+        ++found;
+    return found;
+}
+
+string between(const string& text, const string& open, const string& close) {
+    const std::size_t start = text.find(open);
+    if (start == string::npos) return "";
+    const std::size_t from = start + open.size();
+    return text.substr(from, text.find(close, from) - from);
+}
+
+string from_base64(const string& text) {
+    const string digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    string out;
+    uint32_t group = 0;
+    unsigned bits = 0;
+    for (const char c : text.substr(0, text.find('='))) {
+        group = (group << 6U) | static_cast<uint32_t>(digits.find(c));
+        bits += 6;
+        if (bits < 8) continue;
+        bits -= 8;
+        out += static_cast<char>((group >> bits) & 0xFFU);
+    }
+    return out;
+}
+
+string in_hex(const string& bytes) {
+    constexpr std::array digits{'0', '1', '2', '3', '4', '5', '6', '7',
+                                '8', '9', 'a', 'b', 'c', 'd', 'e', 'f'};
+    string out;
+    for (const char c : bytes) {
+        out += digits[static_cast<uint8_t>(c) >> 4U];
+        out += digits[static_cast<uint8_t>(c) & 15U];
+    }
+    return out;
+}
+
+// A body of parts without a presentation (WAP-230 8.5.2), each with a type and a location.
+struct MadePart {
+    string type, name, data;
+};
+string body(const std::vector<MadePart>& parts) {
+    string out = "\x84\xA3";
+    out += static_cast<char>(parts.size());
+    for (const MadePart& part : parts) {
+        const string headers = part.type + '\0' + "\x8E" + part.name + '\0';
+        out += static_cast<char>(headers.size());
+        out += static_cast<char>(part.data.size());
+        out += headers + part.data;
+    }
+    return out;
+}
+
+string example(const string& name) {
+    return file_bytes(MMSKIT_SOURCE_DIR "/examples/" + name);
+}
+
+TEST_F(Preview, the_policy_names_the_hashes_of_the_script_and_the_style) {
+    const string html = page(example("postcard.mms"));
+    for (const auto& [tag, rule] : {std::pair{"script", "script-src"}, {"style", "style-src"}}) {
+        write("text", between(html, string("<") + tag + '>', string("</") + tag + '>'));
+        ASSERT_EQ(std::system(("cd '" + folder_.string() + "' && sha256sum text >sum").c_str()), 0);
+        const string named = between(html, string(rule) + " 'sha256-", "'");
+        EXPECT_EQ(in_hex(from_base64(named)), read("sum").substr(0, 64));
+    }
+    EXPECT_EQ(count(html, "<script"), 1U);
+    EXPECT_EQ(count(html, "{{"), 0U);
+}
+
+TEST_F(Preview, media_stand_in_the_page_as_they_came) {
+    const string html = page(example("postcard.mms"));
+    EXPECT_EQ(from_base64(between(html, "data:image/jpeg;base64,", "\"")),
+              example("media/sunset.jpg"));
+    EXPECT_EQ(from_base64(between(html, "data:audio/mpeg;base64,", "\"")),
+              example("media/surf.mp3"));
+    EXPECT_EQ(from_base64(between(html, "data:application/octet-stream;base64,", "\"")),
+              example("media/zoe.vcf"));
+}
+
+TEST_F(Preview, times_places_and_colours_are_the_messages) {
+    const string html = page(example("postcard.mms"));
+    for (const char* fact :
+         {"data-width=\"176\" data-height=\"220\"",
+          "data-duration=\"8000\" data-background=\"#fff4e0\" data-colour=\"#7a2e1d\"",
+          "data-begin=\"0\" data-end=\"8000\" data-place=\"0 0 160 170\"",
+          "data-begin=\"500\" data-end=\"2500\"", "data-begin=\"1000\" data-end=\"6000\""}) {
+        EXPECT_EQ(count(html, fact), 1U) << fact;
+    }
+}
+
+TEST_F(Preview, text_and_names_never_become_markup) {
+    const string evil = "</script></style><b onclick=\"x\">'&{{script}}";
+    const string html = page(body({{"application/x-evil\"><i>", evil, evil}}));
+    EXPECT_EQ(count(html, "<b "), 0U);
+    EXPECT_EQ(count(html, "<i>"), 0U);
+    EXPECT_EQ(count(html, "</script>"), 1U);
+    EXPECT_EQ(count(html, "</style>"), 1U);
+    EXPECT_EQ(count(html, "{{script}}"), count(html, "&amp;{{script}}"));
+    EXPECT_GT(count(html, "&amp;{{script}}"), 0U);
+}
+
+struct TypeCase {
+    const char* rule;
+    string type, data, told;  // told is empty for what can only be saved
+};
+
+TEST_F(Preview, a_browser_is_told_a_type_of_ours_or_none) {
+    const string jpeg = "\xFF\xD8\xFF\xE0....";
+    const std::vector<TypeCase> cases{
+        {"a_picture_by_its_bytes", "application/octet-stream", jpeg, "image/jpeg"},
+        {"a_wrong_type", "image/gif", jpeg, "image/jpeg"},
+        {"a_type_with_parameters", "Audio/X-WAV; rate=8000", "RIFF", "audio/wav"},
+        {"html", "text/html", "<html>", ""},
+        {"svg", "image/svg+xml", "<svg/>", ""},
+        {"svg_called_a_picture", "image/png", "<svg/>", ""},
+        {"script_type", "text/javascript", "alert()", ""},
+        {"midi", "audio/midi", "MThd", ""},
+        {"a_type_that_ends_the_attribute", "audio/mpeg\"x", "ID3", ""},
+    };
+    for (const TypeCase& each : cases) {
+        const string html = page(body({{each.type, "part", each.data}}));
+        EXPECT_EQ(between(html, " src=\"data:", ";"), each.told) << each.rule;
+        EXPECT_EQ(count(html, "class=\"save\""), 1U) << each.rule;
+    }
+}
+
+TEST_F(Preview, a_wireless_bitmap_becomes_one_that_browsers_know) {
+    // 9 by 2 points, so each row has a second octet.
+    const string wbmp("\0\0\x09\x02\xA5\x80\x5A\x00", 8);
+    const string html = page(body({{"image/vnd.wap.wbmp", "a.wbmp", wbmp}}));
+    const string bmp = from_base64(between(html, "data:image/bmp;base64,", "\""));
+    ASSERT_EQ(bmp.size(), 62U + 8U);
+    EXPECT_EQ(bmp.substr(0, 2), "BM");
+    EXPECT_EQ(bmp.substr(62), string("\x5A\0\0\0\xA5\x80\0\0", 8)) << "the lowest row first";
+    for (const string& damaged :
+         {wbmp.substr(0, 7), string("\0\0\x00\x02\xA5", 5),
+          string("\0\0\xFF\xFF\xFF\xFF\x7F\x01\x01", 9), string("\0\1ab")}) {
+        EXPECT_EQ(count(page(body({{"image/vnd.wap.wbmp", "a", damaged}})), " src=\"data:"), 0U);
+    }
+}
+
+TEST_F(Preview, amr_speech_is_heard_where_the_decoder_is_and_said_to_be_unplayable_where_not) {
+    string amr = "#!AMR\n";
+    for (int i = 0; i < 5; ++i)
+        amr += string("\x04") + string(12, '\x11');  // 4.75 kbit/s, 20 ms
+    const string html = page(body({{"audio/amr", "a.amr", amr}}));
+    const string wav = from_base64(between(html, "data:audio/wav;base64,", "\""));
+    if (wav.empty()) {
+        EXPECT_EQ(count(html, "<audio"), 0U);
+        GTEST_SKIP() << "built without opencore-amr";
+    }
+    EXPECT_EQ(wav.size(), 44U + 5 * 160 * 2);
+    EXPECT_EQ(wav.substr(0, 4), "RIFF");
+    EXPECT_EQ(from_base64(between(html, "octet-stream;base64,", "\"")), amr) << "saved as it came";
+    const string cut = page(body({{"audio/amr", "a.amr", amr.substr(0, amr.size() - 1)}}));
+    EXPECT_EQ(from_base64(between(cut, "data:audio/wav;base64,", "\"")).size(), 44U + 4 * 160 * 2);
+}
+
+TEST_F(Preview, a_folder_becomes_an_index_with_a_page_for_each_message) {
+    const Outcome outcome =
+        run("preview in -o out", "mkdir -p in/a in/b && cp '" MMSKIT_SOURCE_DIR
+                                 "/examples/postcard.mms' in/a/x.mms && cp in/a/x.mms in/b/X.mms "
+                                 "&& echo no >in/index && cp in/a/x.mms in/.hidden");
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "out/index.html  2 of 3 files\n");
+    const string index = read("out/index.html");
+    EXPECT_EQ(count(index, "<li class=\"row\""), 3U);
+    EXPECT_NE(index.find("href=\"x.mms.html\""), string::npos);
+    EXPECT_NE(index.find("href=\"X-1.mms.html\""), string::npos) << "names differ without case too";
+    EXPECT_NE(index.find("src=\"thumbs/x.mms.jpg\""), string::npos);
+    EXPECT_EQ(read("out/thumbs/x.mms.jpg"), example("media/sunset.jpg"));
+    EXPECT_FALSE(read("out/x.mms.html").empty());
+    EXPECT_EQ(run("preview in -o out").code, 0) << "a second run replaces the pages";
+    EXPECT_EQ(read("out/index.html"), index);
+}
+
+TEST_F(Preview, a_folder_inside_of_what_is_read_is_not_read_itself) {
+    const string before = "mkdir -p in && cp '" MMSKIT_SOURCE_DIR "/examples/single-text.mms' in/";
+    EXPECT_EQ(run("preview in -o in/out", before).out, "in/out/index.html  1 of 1 files\n");
+    EXPECT_EQ(run("preview in -o in/out").out, "in/out/index.html  1 of 1 files\n");
+}
+
+TEST_F(Preview, what_is_missing_is_said_beside_the_slides_and_at_the_part_itself) {
+    write("cut.mms", example("postcard.mms").substr(0, 9000));
+    EXPECT_EQ(run("preview cut.mms -o out.html").code, 3);
+    const string html = read("out.html");
+    EXPECT_EQ(count(html, "Not all of this message is here"), 1U);
+    EXPECT_EQ(count(html, "surf.mp3: 4918 of 6264 bytes"), 1U);
+    EXPECT_EQ(count(html, "Only 4918 of 6264 bytes are there."), 1U);
+    EXPECT_EQ(count(page(example("postcard.mms")), "are there"), 0U);
+    const Outcome outcome = run("preview in -o out", "mkdir in && mv cut.mms in");
+    EXPECT_EQ(outcome.code, 0) << "an index is whole";
+    EXPECT_EQ(count(read("out/index.html"), "not all of it is here"), 1U);
+}
+
+TEST_F(Preview, a_long_text_attachment_is_shown_up_to_a_whole_character) {
+    const string long_text = "x" + [] {
+        string text;
+        for (int i = 0; i < 3000; ++i)
+            text += "\xC3\xA9";
+        return text;
+    }();
+    write("words.txt", long_text);
+    ASSERT_EQ(run("compose -o in.mms --retrieved --to +1555 --attach words.txt").code, 0);
+    ASSERT_EQ(run("preview in.mms -o out.html").code, 0);
+    const string html = read("out.html");
+    EXPECT_EQ(between(html, "<p class=\"words\" dir=\"auto\">", "</p>"),
+              long_text.substr(0, 3999) + " …");
+}
+
+TEST_F(Preview, what_cannot_be_done_is_said) {
+    write("no.mms", "nothing of the kind");
+    EXPECT_EQ(run("preview no.mms -o out.html").code, 1);
+    EXPECT_TRUE(read("out.html").empty());
+    const Outcome taken = run("preview in -o taken", "mkdir -p in taken && echo x >taken/mine");
+    EXPECT_EQ(taken.code, 1);
+    EXPECT_NE(taken.err.find("holds other files"), string::npos) << taken.err;
+    EXPECT_EQ(run("preview no.mms").code, 2);
+}
+
+}  // namespace
+}  // namespace testing_support

@@ -1,0 +1,49 @@
+// Writes JSON text as it goes: two spaces an indent or all on one line, keys in the order of the
+// calls, and no raw character that could drive a terminal.
+#pragma once
+
+#include <concepts>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mmskit_tool {
+
+class JsonWriter {
+  public:
+    explicit JsonWriter(bool one_line = false) : one_line_(one_line) {}
+
+    // Inside an object begin a member with its key, then write its value:
+    // json.object().key("files").array() ... .end().end()
+    JsonWriter& object() { return open('{'); }
+    JsonWriter& array() { return open('['); }
+    JsonWriter& end();
+    JsonWriter& key(std::string_view name);
+    JsonWriter& text(std::string_view value);  // made UTF-8 as json_text() does
+    JsonWriter& boolean(bool value) { return raw(value ? "true" : "false"); }
+    template <std::integral Number>
+    JsonWriter& number(Number value) {
+        return raw(std::to_string(value));
+    }
+
+    // The whole document and a line feed, once everything is ended.
+    [[nodiscard]] std::string document() const { return out_ + '\n'; }
+
+  private:
+    JsonWriter& open(char bracket);
+    JsonWriter& raw(std::string_view value);
+    void begin_value();
+    void begin_line();
+    void quote(std::string_view value);
+
+    struct Level {
+        char close;
+        bool empty = true;
+    };
+    bool one_line_;
+    std::string out_;
+    std::vector<Level> levels_;
+    bool after_key_ = false;
+};
+
+}  // namespace mmskit_tool

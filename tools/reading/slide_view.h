@@ -1,0 +1,21 @@
+// The library's slide view as facts.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "reading/facts.h"
+
+namespace mmskit_tool {
+
+// Slides and attachments of the body that the library holds just now. One walk over both, so the
+// cost is linear.
+void collect_view(MessageFacts& facts);
+
+// The texts of each slide, in the order in which collect_view finds them.
+std::vector<std::vector<std::string>> view_texts();
+
+// Why the library's last call failed; `base` is where in the file the bytes that it read begin.
+Flaw last_flaw(std::size_t base);
+
+}  // namespace mmskit_tool
