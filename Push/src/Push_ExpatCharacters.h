@@ -7,31 +7,12 @@
 #include <cstdint>
 #include <cstring>
 
+#include "Push/src/put_utf8.h"
+
 namespace mmskit {
 
 inline constexpr char byte_order_mark[] = "\xEF\xBB\xBF";
 inline constexpr uint32_t no_character = 0xFFFF;  // neither XML nor expat takes it
-
-inline char* put_utf8(char* out, uint32_t c) {
-    const auto put = [&out](uint32_t byte) { *out++ = static_cast<char>(byte); };
-    if (c < 0x80) {
-        put(c);
-        return out;
-    }
-    if (c < 0x800) {
-        put(0xC0 | (c >> 6));
-    } else {
-        if (c < 0x10000) {
-            put(0xE0 | (c >> 12));
-        } else {
-            put(0xF0 | (c >> 18));
-            put(0x80 | ((c >> 12) & 0x3F));
-        }
-        put(0x80 | ((c >> 6) & 0x3F));
-    }
-    put(0x80 | (c & 0x3F));
-    return out;
-}
 
 inline uint32_t next_of_utf8(const char*& text) {
     const auto first = static_cast<uint8_t>(*text++);

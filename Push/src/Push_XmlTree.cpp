@@ -2,6 +2,7 @@
 // alike.
 #include "Push/src/Push_XmlTree.h"
 
+#include "Push/src/put_utf8.h"
 #include "scshare/common/src/owned.h"
 
 namespace mmskit {
@@ -20,27 +21,6 @@ uint32_t next_code_point(const uint16_t*& text) {
         return 0x10000 + ((unit - high_surrogate) << 10) + (*text++ - low_surrogate);
     const bool lone = is_surrogate(unit, high_surrogate) || is_surrogate(unit, low_surrogate);
     return lone ? replacement : unit;
-}
-
-char* put_code_point(char* out, uint32_t c) {
-    const auto put = [&out](uint32_t byte) { *out++ = static_cast<char>(byte); };
-    if (c < 0x80) {
-        put(c);
-        return out;
-    }
-    if (c < 0x800) {
-        put(0xC0 | (c >> 6));
-    } else {
-        if (c < 0x10000) {
-            put(0xE0 | (c >> 12));
-        } else {
-            put(0xF0 | (c >> 18));
-            put(0x80 | ((c >> 12) & 0x3F));
-        }
-        put(0x80 | ((c >> 6) & 0x3F));
-    }
-    put(0x80 | (c & 0x3F));
-    return out;
 }
 
 }  // namespace
@@ -63,7 +43,7 @@ uint64_t xml_length(const uint16_t* text) {
 
 char* xml_put_utf8(char* out, const uint16_t* text) {
     while (text != nullptr && *text != 0)
-        out = put_code_point(out, next_code_point(text));
+        out = put_utf8(out, next_code_point(text));
     return out;
 }
 
