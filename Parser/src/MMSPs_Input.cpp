@@ -364,12 +364,12 @@ void SmilFreeTagStruct(tSMIL_Tag* tag) {
     while (tag->AttrList != nullptr) {
         tSMIL_Attr* attribute = tag->AttrList;
         tag->AttrList = attribute->Next;
-        fnSC_Free(&attribute->Name);
-        fnSC_Free(&attribute->Value);
-        fnSC_Free(&attribute);
+        deallocate(attribute->Name);
+        deallocate(attribute->Value);
+        deallocate(attribute);
     }
-    fnSC_Free(&tag->Name);
-    fnSC_Free(&tag);
+    deallocate(tag->Name);
+    deallocate(tag);
 }
 
 int32_t SmilIsTag(const char* name) {

@@ -42,7 +42,7 @@ class Queue {
         Entry* entry = head_;
         const tMMS_MediaData* part = entry->part;
         head_ = entry->next;
-        fnSC_Free(&entry);
+        deallocate(entry);
         return part;
     }
 
@@ -154,9 +154,9 @@ template <typename Element>
 
 struct AttachmentFree {
     void operator()(tSMIL_Attachment* attachment) const {
-        fnSC_Free(&attachment->Name);
-        fnSC_Free(&attachment->Type);
-        fnSC_Free(&attachment);
+        deallocate(attachment->Name);
+        deallocate(attachment->Type);
+        deallocate(attachment);
     }
 };
 using OwnedAttachment = Owned<tSMIL_Attachment, AttachmentFree>;

@@ -31,13 +31,13 @@ void free_par(tSMIL_Par* par) {
     free_elements(par->Img);
     free_elements(par->Audio);
     free_elements(par->Video);
-    fnSC_Free(&par);
+    deallocate(par);
 }
 
 void free_attachment(tSMIL_Attachment* attachment) {
     free_texts(*attachment, &tSMIL_Attachment::Alt, &tSMIL_Attachment::Type,
                &tSMIL_Attachment::Name);
-    fnSC_Free(&attachment);
+    deallocate(attachment);
 }
 
 void forget_list_ends() {

@@ -207,7 +207,7 @@ bool show_element(const Element& element, const ElementKind<Element>& kind) {
     *shown = element;
     if (kind.add(shown) != 0) return true;
     if (kind.add_error != nullptr) log_line("%s", kind.add_error);
-    fnSC_Free(&shown);
+    deallocate(shown);
     return false;
 }
 

@@ -29,9 +29,9 @@ void free_regions(tSMIL_Region* list) {
     while (list != nullptr) {
         tSMIL_Region* region = list;
         list = region->Next;
-        fnSC_Free(&region->Fit);
-        fnSC_Free(&region->Id);
-        fnSC_Free(&region);
+        deallocate(region->Fit);
+        deallocate(region->Id);
+        deallocate(region);
     }
 }
 

@@ -208,7 +208,7 @@ template <typename Element>
 void free_element(Element* el) {
     if (el == nullptr) return;
     clear_element(*el);
-    fnSC_Free(&el);
+    deallocate(el);
 }
 
 // Frees a list of regions; null is the empty list (MMSPs_Regions).

@@ -25,19 +25,19 @@ bool is_type(const char* type, const char* wanted) {
 
 void free_smil(tMMS_SmilPart* smil, bool with_data) {
     if (smil == nullptr) return;
-    fnSC_Free(&smil->pContentType);
-    if (with_data) fnSC_Free(&smil->pData);
-    fnSC_Free(&smil);
+    deallocate(smil->pContentType);
+    if (with_data) deallocate(smil->pData);
+    deallocate(smil);
 }
 
 void free_media(tMMS_MediaData* media, bool with_text_data) {
-    if (with_text_data && is_type(media->pContentType, "text/plain")) fnSC_Free(&media->pData);
-    fnSC_Free(&media->pContentLocation);
-    fnSC_Free(&media->pContentId);
-    fnSC_Free(&media->pName);
-    fnSC_Free(&media->pFwdParam);
-    fnSC_Free(&media->pContentType);
-    fnSC_Free(&media);
+    if (with_text_data && is_type(media->pContentType, "text/plain")) deallocate(media->pData);
+    deallocate(media->pContentLocation);
+    deallocate(media->pContentId);
+    deallocate(media->pName);
+    deallocate(media->pFwdParam);
+    deallocate(media->pContentType);
+    deallocate(media);
 }
 
 void free_union(tMMS_ContentUnion* content, bool with_data) {
@@ -48,7 +48,7 @@ void free_union(tMMS_ContentUnion* content, bool with_data) {
         free_media(media, with_data);
         media = next;
     }
-    fnSC_Free(&content);
+    deallocate(content);
 }
 
 struct MediaFree {

@@ -66,7 +66,7 @@ bool HeaderContext::has_required(Step last) {
     return false;
 }
 
-void HeaderContext::join_address(uint32_t to, Slice address) {
+void HeaderContext::join_address(uint16_t to, Slice address) {
     for (AddressList& list : lists_) {
         if (list.to != to && list.to != nowhere) continue;
         if (list.to == to) list.text.byte(';');

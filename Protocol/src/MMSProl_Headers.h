@@ -19,14 +19,20 @@ class HeaderContext;
 // as it stands.
 enum class Step : uint8_t { next, stop, done, fail };
 
-inline constexpr uint32_t nowhere = UINT32_MAX;
+inline constexpr uint16_t nowhere = UINT16_MAX;
 
 // One row. `read` stands behind the code byte and takes the whole value.
 struct HeaderField {
+    using Read = Step (*)(HeaderContext& context, const HeaderField& field);
+
+    constexpr HeaderField(uint8_t its_code, Read reader, uint16_t member = nowhere,
+                          uint16_t second = nowhere)
+        : read(reader), to(member), also(second), code(its_code) {}
+
+    Read read;
+    uint16_t to;    // offset of the member of the record
+    uint16_t also;  // and of the second one, where a value has two
     uint8_t code;
-    Step (*read)(HeaderContext& context, const HeaderField& field);
-    uint32_t to = nowhere;    // offset of the member of the record
-    uint32_t also = nowhere;  // and of the second one, where a value has two
 };
 
 // What a field code does that has no row.
@@ -68,7 +74,7 @@ struct MessageSyntax {
     Unlisted unlisted;
     bool textual_names = false;  // a byte below 0x80 begins a textual name, which is read over
     FieldTable fields;
-    uint32_t required = nowhere;    // offset of a text without which there is no record,
+    uint16_t required = nowhere;    // offset of a text without which there is no record,
     bool required_at_end = true;    // also when the input was used up, not only after Step::stop
     const char* missing = nullptr;  // the reason given then
 };
@@ -94,7 +100,7 @@ class HeaderContext {
         return Step::fail;
     }
     // Joins an address to the list that will be stored at `to`, with ";" between.
-    void join_address(uint32_t to, Slice address);
+    void join_address(uint16_t to, Slice address);
 
     const char* reason() const { return reason_; }
     uint64_t field_start() const { return field_start_; }
@@ -105,7 +111,7 @@ class HeaderContext {
   private:
     // A list grows here rather than in the record, so that n headers cost linear time.
     struct AddressList {
-        uint32_t to = nowhere;
+        uint16_t to = nowhere;
         PduWriter text;
     };
 

@@ -128,7 +128,10 @@ extern "C" void* fnMMS_AllocMessageMem(uint8_t kind) {
 extern "C" void fnMMS_FreeMessageMem(void* record, uint8_t kind) {
     const mmskit::RecordType* type = mmskit::find_record_type(kind);
     if (record == nullptr || type == nullptr) return;
-    for (size_t i = 0; i < type->owned_count; ++i)
-        fnSC_Free(static_cast<char*>(record) + type->owned[i]);
-    fnSC_Free(&record);
+    for (size_t i = 0; i < type->owned_count; ++i) {
+        void* block = nullptr;
+        std::memcpy(&block, static_cast<char*>(record) + type->owned[i], sizeof block);
+        mmskit::deallocate(block);
+    }
+    mmskit::deallocate(record);
 }

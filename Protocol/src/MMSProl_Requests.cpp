@@ -190,7 +190,7 @@ uint8_t* fnMMS_MakeReadRecIndPdu(const tMMS_ReadRecInd* report, uint32_t* len) {
 }
 
 void fnMMS_FreeMadeMsgPduBuf(uint8_t* pdu) {
-    fnSC_Free(&pdu);
+    mmskit::deallocate(pdu);
 }
 
 }  // extern "C"

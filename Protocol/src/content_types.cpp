@@ -282,10 +282,10 @@ bool ContentType::copy_fwd(uint8_t*& to) const {
 }
 
 void ContentTypeFree::operator()(tMMS_ContentType* type) const {
-    fnSC_Free(&type->pType);
-    fnSC_Free(&type->pName);
-    fnSC_Free(&type->pFwdParam);
-    fnSC_Free(&type);
+    deallocate(type->pType);
+    deallocate(type->pName);
+    deallocate(type->pFwdParam);
+    deallocate(type);
 }
 
 OwnedContentType read_content_type(BoundedReader& in) {

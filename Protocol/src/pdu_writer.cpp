@@ -4,6 +4,14 @@
 
 namespace mmskit {
 
+void PduWriter::byte(uint8_t value) {
+    if (mode_ != Mode::measure) {
+        uint8_t* to = size_ < capacity_ ? buffer_.get() + size_ : room(1);
+        if (to != nullptr) *to = value;
+    }
+    ++size_;
+}
+
 void PduWriter::bytes(const void* data, uint64_t count) {
     if (mode_ != Mode::measure) {
         uint8_t* to = size_ + count <= capacity_ ? buffer_.get() + size_ : room(count);

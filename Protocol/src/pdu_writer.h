@@ -31,12 +31,7 @@ class PduWriter {
         return w;
     }
 
-    void byte(uint8_t value) {
-        if (mode_ == Mode::measure)
-            ++size_;
-        else
-            bytes(&value, 1);
-    }
+    void byte(uint8_t value);
     void bytes(const void* data, uint64_t count);
     // The text and its NUL; a null text is an empty one.
     void text(const char* s) {

@@ -288,10 +288,10 @@ tPush_SiContent* fnMMSPush_DecodeSic(const uint8_t* pData, uint32_t iLen) {
 
 void fnMMSPush_FreeSic(tPush_SiContent* pSi) {
     if (pSi == nullptr) return;
-    fnSC_Free(&pSi->pHref);
-    fnSC_Free(&pSi->pNotifyText);
-    fnSC_Free(&pSi->pSiId);
-    fnSC_Free(&pSi);
+    deallocate(pSi->pHref);
+    deallocate(pSi->pNotifyText);
+    deallocate(pSi->pSiId);
+    deallocate(pSi);
 }
 
 tPush_SlContent* fnMMSPush_DecodeSlc(const uint8_t* pData, uint32_t iLen) {
@@ -308,8 +308,8 @@ tPush_SlContent* fnMMSPush_DecodeSlc(const uint8_t* pData, uint32_t iLen) {
 
 void fnMMSPush_FreeSlc(tPush_SlContent* pSl) {
     if (pSl == nullptr) return;
-    fnSC_Free(&pSl->pHref);
-    fnSC_Free(&pSl);
+    deallocate(pSl->pHref);
+    deallocate(pSl);
 }
 
 }  // extern "C"

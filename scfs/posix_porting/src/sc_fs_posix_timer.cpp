@@ -20,7 +20,7 @@ void fnSCFS_CancelTimer(int32_t timerId) {
         auto* timer = static_cast<tSCFS_Timer*>(node->pData);
         if (timer == nullptr || timer->iTimerId != timerId) continue;
         fnSCList_Remove(&timers, node);
-        fnSC_Free(&timer);
+        mmskit::deallocate(timer);
         return;
     }
 }

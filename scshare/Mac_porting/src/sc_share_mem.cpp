@@ -73,6 +73,12 @@ void* allocate_unfilled(uint64_t size) {
     return p;
 }
 
+void deallocate(void* p) {
+    if (p == nullptr) return;
+    std::free(p);
+    block_lost();
+}
+
 }  // namespace mmskit
 
 extern "C" {

@@ -470,7 +470,7 @@ char* fnCharSet_DecodeString2Local(int32_t charset, const uint8_t* in, uint32_t*
 }
 
 void fnCharSet_CharSetFreeStringBuf(char* s) {
-    fnSC_Free(&s);
+    mmskit::deallocate(s);
 }
 
 }  // extern "C"

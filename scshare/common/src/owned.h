@@ -19,8 +19,11 @@ namespace mmskit {
 // The same for a block that is written whole at once: its bytes are anything.
 [[nodiscard]] void* allocate_unfilled(uint64_t size);
 
+// fnSC_Free for a pointer that is not needed any more; null is ignored.
+void deallocate(void* p);
+
 struct PlainFree {
-    void operator()(void* p) const { fnSC_Free(&p); }
+    void operator()(void* p) const { deallocate(p); }
 };
 
 // A unique owner of one block. Free is called for a non-null block only.
@@ -83,7 +86,7 @@ template <typename T>
 // Puts `fresh` in place of an owned text or block, freeing what stood there.
 template <typename T>
 void replace_owned(T*& field, T* fresh) {
-    fnSC_Free(&field);
+    deallocate(field);
     field = fresh;
 }
 

@@ -41,7 +41,7 @@ void unlink_after(tSCList& list, Node* before, const Node* node) {
 void drop_after(tSCList& list, Node* before, Node* node) {
     unlink_after(list, before, node);
     --list.iCount;
-    fnSC_Free(&node);
+    deallocate(node);
 }
 
 // The node whose next link is `next`, by walking from the head; null when there is none.
