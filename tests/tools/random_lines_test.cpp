@@ -217,7 +217,7 @@ class RandomLines : public ToolRunner {
                 dup2(err, 2) < 0)
                 _exit(126);
             alarm(time_limit);
-            execv(MMSKIT_TOOL, argv.data());
+            execv(tool().c_str(), argv.data());
             _exit(127);
         }
         int status = 0;

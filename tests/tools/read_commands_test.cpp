@@ -244,7 +244,7 @@ TEST_F(ReadCommands, messages_of_all_kinds_decompose_and_compose) {
         if (document.code == 1 || !json::parse(document.out).contains("parts")) continue;
         const Outcome outcome =
             run("compose --retrieved d/message.json -o made.mms 2>&1 && rm -rf d",
-                "'" MMSKIT_TOOL "' decompose " + file.string() + " -o d >.out 2>&1 || [ $? = 3 ]");
+                "'" + tool() + "' decompose " + file.string() + " -o d >.out 2>&1 || [ $? = 3 ]");
         EXPECT_EQ(outcome.code, 0) << outcome.out << outcome.err;
         EXPECT_EQ(shape_of(shown("made.mms")), shape_of(json::parse(document.out)));
         ++made;

@@ -1,5 +1,5 @@
 // Runs the mmskit command as a user does, each test in a fresh folder that is removed after it.
-// Needs MMSKIT_TOOL, the path of the built command.
+// Needs MMSKIT_TOOL, the path of the built command; that name in the environment tells another.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -33,10 +33,14 @@ class ToolRunner : public testing::Test {
         std::ofstream(folder_ / name, std::ios::binary) << data;
     }
     std::string read(const std::string& name) { return file_bytes((folder_ / name).string()); }
+    static std::string tool() {
+        const char* other = std::getenv("MMSKIT_TOOL");
+        return other != nullptr ? other : MMSKIT_TOOL;
+    }
     // `arguments` is shell text, so that it can redirect; `before` runs in the same shell.
     Outcome run(const std::string& arguments, const std::string& before = ":") {
-        const std::string line = "cd '" + folder_.string() + "' && " + before +
-                                 " && { '" MMSKIT_TOOL "' " + arguments + "; } >.out 2>.err";
+        const std::string line = "cd '" + folder_.string() + "' && " + before + " && { '" + tool() +
+                                 "' " + arguments + "; } >.out 2>.err";
         const int status = std::system(line.c_str());
         return {WEXITSTATUS(status), read(".out"), read(".err")};
     }
