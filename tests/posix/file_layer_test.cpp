@@ -63,6 +63,8 @@ TEST_F(FileLayer, Files) {
     EXPECT_EQ(fs::exists(a) + 2 * fs::exists(b), 1) << "of two names of one file the target stays";
     EXPECT_EQ(fnSCFS_DeleteFile(b.c_str()) + fnSCFS_DeleteFile(b.c_str()), 2);
     EXPECT_EQ(entries(folder_), 2);
+    fs::resize_file(a, 3ULL << 30);
+    EXPECT_EQ(fnSCFS_getFileSize(a.c_str()), -1) << "more than a length can tell";
 }
 
 TEST_F(FileLayer, NothingForeignIsFollowed) {

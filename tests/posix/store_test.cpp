@@ -180,11 +180,11 @@ TEST_F(StoreFile, ARecordListThatWasNotLoadedIsNotSaved) {
 
 TEST_F(StoreFile, AMarkedListIsSavedAgainOnceItIsLoadedClearedOrNew) {
     const auto fail_to_load = [this] {
-        fs::resize_file(path_, 3ULL << 30);  // no file that can be read whole
+        fs::resize_file(path_, 200'000);  // zeros are more entries than a store may have
         reload();
         EXPECT_EQ(fnSCFS_INI_WriteRAM(&list_, "a", "1"), 1) << "in memory all is well";
         EXPECT_EQ(fnSCFS_Write_INI_To_File(path(), &list_), 0);
-        EXPECT_EQ(fs::file_size(path_), 3ULL << 30);
+        EXPECT_EQ(fs::file_size(path_), 200'000);
     };
     const auto saves = [this] { return fnSCFS_INI_Write(path(), &list_, "b", "2"); };
     fs::remove(path_);
