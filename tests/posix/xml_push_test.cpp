@@ -9,7 +9,9 @@
 
 #include <filesystem>
 #include <regex>
+#include <sstream>
 #include <string>
+#include <utility>
 
 #include "tests/support/faults.h"
 #include "tests/support/push_facts.h"
@@ -110,6 +112,103 @@ TEST_F(PushXml, rules) {
     const char unknown_encoding[] = "<?xml?><?xml version='1.0' encoding='x'?><sl/>";
     EXPECT_EQ(decode_xml_si(unknown_encoding) + decode_xml_sl(unknown_encoding), "nullnull");
     EXPECT_TRUE(fs::exists(si_path) && fs::exists(sl_path));
+}
+
+// The text of a document with a declaration, in characters that lie where ranges end. Both parsers
+// are as forgiving as each other.
+TEST_F(PushXml, declarations_characters_and_references) {
+    const struct {
+        const char *declaration, *text, *read;  // null: refused
+    } cases[] = {
+        {"<?xml version='1.0'?>", "a&#1;b\xC2\x85", "ab\xC2\x85"},
+        {"<?xml version='1.09' ?>", "a&#1;b\xC2\x85", "ab\xC2\x85"},
+        {"<?xml version='1.1'?>", "a&#1;b\xC2\x85|\xE2\x80\xA8|\r\n|\r|\r\xC2\x85|&#31;",
+         "a\1b\n|\n|\n|\n|\n|\x1F"},
+        {"<?xml version='1.1'?>", "&#xFDD0;\xEF\xB7\x90&#9;", "\xEF\xB7\x90\xEF\xB7\x90\t"},
+        {"<?xml version='1.1'?>", "\xC2\x86", nullptr},
+        {"<?xml version='1.1'?>", "\xC2\x84", nullptr},
+        {"<?xml version='1.x'?>", "a&#1;b", "a\1b"},
+        {"<?xml version='2.0'?>", "a&#1;b", "a\1b"},
+        {"<?xml version='1.'?>", "a&#1;b", "a\1b"},
+        {"<?xml\tencoding = \"utf-8\"\r\nversion ='1.0' standalone='yes' version=\"1.0\"?>", "t",
+         "t"},
+        {"<?xml version='1.0' standalone='no'?>", "t", "t"},
+        {"<?xml version='1.0' standalone='on'?>", "t", nullptr},
+        {"<?xml version='1.0' other='no'?>", "t", nullptr},
+        {"<?xml version='1.0' encoding=''?>", "t", nullptr},
+        {"<?xml version='1.0'encoding='utf-8'?>", "t", nullptr},
+        {"<?xml encoding='utf-8'?>", "t", nullptr},
+        {"<?xml version='1.0\"?>", "t", nullptr},
+        {"<?xml version='1 0'?>", "t", nullptr},
+        {"<?xml version=1.0?>", "t", nullptr},
+        {"<?xml version '1.0'?>", "t", nullptr},
+        {"<?xml version='1.0'>", "t", nullptr},
+        {"<?XML version='1.0'?>", "t", nullptr},
+        {"\xEF\xBB\xBF", "t", "t"},
+        {"\xEF\xBB\xBF\xEF\xBB\xBF", "t", nullptr},
+        {"", "&lt;&gt;&amp;&apos;&quot;&#65;&#x42;&#xfa;&#x10FFFF;", "<>&'\"ABú\xF4\x8F\xBF\xBF"},
+        {"", "a&#x110000;&#99999999999;&#0;&#xFFFF;&#x1F;b", "ab"},
+        {"", "&none;&l;&ltt;", "&none;&l;&ltt;"},
+        {"", "& x", nullptr},
+        {"", "&#6A;", nullptr},
+        {"", "&#xG;", nullptr},
+        {"", "&#65", nullptr},
+        {"", "&x", nullptr},
+        {"", "<![CDATA[]]>", ""},
+        {"", "a<![CDATA[&amp;]]]]><![CDATA[>]]>", "a&amp;]]>"},
+        {"",
+         "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
+         "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF"
+         "\xBF"},
+        {"", "\x80", nullptr},
+        {"", "\xC1\xBF", nullptr},
+        {"", "\xC3", nullptr},
+        {"", "\xE0\x9F\xBF", nullptr},
+        {"", "\xED\xA0\x80", nullptr},
+        {"", "\xEF\xBF\xBE", nullptr},
+        {"", "\xF0\x8F\xBF\xBF", nullptr},
+        {"", "\xF4\x90\x80\x80", nullptr},
+        {"", "\xF5\x80\x80\x80", nullptr},
+        {"", "\xE2\x82|", nullptr},
+    };
+    for (const auto& [declaration, text, read] : cases) {
+        const std::string document =
+            "<?xml?>" + std::string(declaration) + "<si><indication>" + text + "</indication></si>";
+        EXPECT_EQ(decode_xml_si(document),
+                  read != nullptr ? "text=" + std::string(read) + " 166" : "null")
+            << declaration << text;
+    }
+    // One byte in each character set that has a meaning of its own for it.
+    for (const auto& [sets, meaning] :
+         {std::pair("ascii us-ascii iso-646 ISO-LATIN-1 iso-8859-1 "
+                    "iso-latin-4 iso-8859-4 iso-8859-9 iso-8859-10 "
+                    "iso-8859-14 iso-8859-15",
+                    "æ"),
+          std::pair("iso-latin-2 iso-8859-2", "ć"), std::pair("iso-latin-3 iso-8859-3", "ĉ"),
+          std::pair("iso-8859-5", "ц"), std::pair("iso-8859-6", "ن"), std::pair("iso-8859-7", "ζ"),
+          std::pair("iso-8859-8", "ז"), std::pair("iso-8859-11", "ๆ"),
+          std::pair("iso-8859-13", "ę"), std::pair("iso-8859-12 iso-8859-16 utf-16 x", "")}) {
+        std::istringstream words(sets);
+        for (std::string set; words >> set;)
+            EXPECT_EQ(decode_xml_si("<?xml?><?xml version='1.0' encoding='" + set +
+                                    "'?><si><indication>\xE6</indication></si>"),
+                      *meaning != '\0' ? "text=" + std::string(meaning) + " 166" : "null")
+                << set;
+    }
+    const char* const names[][2] = {
+        {"<é><é:indication ü='1' -='2'>t</é:indication></é>", "null"},
+        {"<é><é:indication ü='1' ·href='2' href='&lt;&none;&#38;&#1;é'>t</é:indication></é>",
+         "null"},
+        {"<é><é·-:indication ü='1' href='&lt;&none;&#38;&#1;é'>t</é·-:indication></é>",
+         "href=<&none;&é text=t 166"},
+        {"<si><indication>t<?é· y?></indication></si>", "166"},
+        {"<si><?xml-x <!-- ?><indication>t</indication></si>", "text=t 166"},
+        {"<si><? x?><indication>t</indication></si>", "null"},
+        {"<si\xC2\x85><indication>t</indication></si>", "null"},
+        {"<si>&#xE9;<\xC3\x97/><indication>t</indication></si>", "null"},
+    };
+    for (const auto& [document, facts] : names)
+        EXPECT_EQ(decode_xml_si(document), facts) << document;
 }
 
 // Runs `work` in a process of its own; false when it needs a second or 50 megabytes.
