@@ -16,6 +16,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/bytes.h"
@@ -93,7 +94,9 @@ class BrokenSaves : public testing::Test {
         int status = 0;
         waitpid(child, &status, 0);
         reached = false;
+        order_.clear();
         for (int stop = 0; WIFSTOPPED(status); ++stop) {  // once before and once after each call
+            if (stop % 2 == 1) note_order(child);
             if (stop == 2 * at - 1) {
                 reached = true;
                 break_call(child, error);
@@ -124,6 +127,17 @@ class BrokenSaves : public testing::Test {
         ptrace(PTRACE_SETREGS, child, nullptr, &regs);
     }
 
+    // Notes what a power cut may put out of order: writing, synchronizing, moving, unlinking.
+    void note_order(pid_t child) const {
+        user_regs_struct regs{};
+        ptrace(PTRACE_GETREGS, child, nullptr, &regs);
+        for (const auto& [call, sign] :
+             {std::pair(SYS_write, 'w'), std::pair(SYS_fsync, 's'), std::pair(SYS_rename, 'm'),
+              std::pair(SYS_renameat, 'm'), std::pair(SYS_unlinkat, 'u')}) {
+            if (regs.orig_rax == static_cast<unsigned long long>(call)) order_ += sign;
+        }
+    }
+
     // Breaks the save off at each call, from one state, and collects the states that come of it.
     void break_each_call(const Folder& from, std::vector<Folder>& states) const {
         restore(from);
@@ -147,6 +161,7 @@ class BrokenSaves : public testing::Test {
         }
     }
 
+    mutable std::string order_;  // of the calls of the last save
     std::string folder_ = testing::TempDir() + "mmskit-crash" + std::to_string(getpid());
     std::string path_ = folder_ + "/s.ini";
 };
@@ -155,6 +170,14 @@ TEST_F(BrokenSaves, LeaveTheOldListOrTheNewOneWhole) {
     bool reached = false;
     if (broken_save(false, 0, 0, reached) != 1)
         GTEST_SKIP() << "this process may not trace a child";
+    EXPECT_EQ(order_, "wsms") << "the content, then its name";
+    EXPECT_EQ(broken_save(false, 0, 0, reached), 1);
+    EXPECT_EQ(order_,
+              "mss"
+              "wsms"
+              "wsms"
+              "us")
+        << "the backup's name, a copy, the content, no backup";
     std::vector<Folder> states{{}, snapshot()};
     for (size_t i = 0; i < std::min(states.size(), explored_states) && !HasFailure(); ++i) {
         ASSERT_LT(states.size(), 60U) << "files pile up";

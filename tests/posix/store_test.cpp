@@ -2,10 +2,13 @@
 // as the model, with more content than a buffer's first size, and from files of any bytes.
 #include <gtest/gtest.h>
 #include <mmskit/storage.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <random>
 #include <string>
@@ -163,6 +166,65 @@ void* read_text(tSCFS_FileBuffer* buffer) {
 void write_text(tSCFS_FileBuffer* buffer, void* record) {
     fnSCFS_Buffer_WriteLine(buffer, static_cast<const char*>(record),
                             fnSC_STRLEN(static_cast<char*>(record)));
+}
+
+TEST_F(StoreFile, EachLoaderPutsTheBackupBackFirst) {
+    const std::string whole = bytes("'a' 00 '1' 00 0A"), backup = path_ + ".bak";
+    const Guarded area(whole);
+    tSCFS_FileBuffer buffer{};
+    const struct {
+        std::function<void()> load;
+        tSCListFreeFunc free;
+        int32_t records;
+    } loaders[] = {
+        {[&] { reload(); }, fnSCFS_INI_FreeNode, 1},
+        {[&] { fnSCFS_Load_File_To_List(path(), &list_, read_text); }, fnSC_Free, 2},
+        {[&] { fnSCFS_Load_File_To_ListEx(path(), &list_, read_text, fnSC_Free); }, fnSC_Free, 2},
+        {[&] {
+             buffer = {area.data(), -1, area.length() - 1};
+             EXPECT_EQ(fnSCFS_Load_File_To_Buffer(path(), &buffer), 1);
+         },
+         fnSC_Free, 0}};
+    for (const auto& [load, free, records] : loaders) {
+        put_file(path_, "half");
+        put_file(backup, whole);
+        load();
+        EXPECT_EQ(list_.iCount, records);
+        EXPECT_EQ(file_bytes(path_) + std::to_string(fs::exists(backup)), whole + "0") << records;
+        fnSCList_Clear(&list_, free);
+    }
+    const char* const names[][2] = {{"", "(null)"}, {"ab", "(null)"}, {"abc", "abc.bak"}};
+    for (const auto& [name, expected] : names) {
+        char* made = fnSCFS_getBak_FileName(name);
+        EXPECT_EQ(text(made), expected);
+        fnSC_Free(&made);
+    }
+    const char* shorter = "/sys/devices/system/cpu/online";  // than its size says
+    if (fnSCFS_getFileSize(shorter) > 1000) {
+        std::string room(5000, ' ');
+        buffer = {reinterpret_cast<uint8_t*>(room.data()), -1, 4999};
+        EXPECT_EQ(fnSCFS_Load_File_To_Buffer(shorter, &buffer), 0);
+    }
+}
+
+// The copy cannot be made, or can and then not the new file.
+TEST_F(StoreFile, ASaveThatFailsLeavesTheOldFileAndNothingElse) {
+    const std::string old = bytes("'a' 00 '1' 00 0A"), temporary = path_ + ".~new";
+    put_file(path_, old);
+    reload();
+    fs::create_directory(temporary);
+    EXPECT_EQ(fnSCFS_INI_Write(path(), &list_, "b", "2"), 0);
+    fs::remove(temporary);
+    rlimit before{};
+    (void)getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit tight{old.size(), before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    (void)setrlimit(RLIMIT_FSIZE, &tight);
+    EXPECT_EQ(fnSCFS_INI_Write(path(), &list_, "b", "2"), 0);
+    (void)setrlimit(RLIMIT_FSIZE, &before);
+    (void)std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(file_bytes(path_), old);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1);
 }
 
 TEST_F(StoreFile, ARecordListThatWasNotLoadedIsNotSaved) {
