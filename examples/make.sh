@@ -2,18 +2,16 @@
 # Writes the example messages with the mmskit command, from their JSON files; two that it cannot
 # compose are written byte by byte (OMA-MMS-ENC, WAP-230).
 #
-#   make.sh MMSKIT OUTPUT-DIR [SEED-DIR]
-#
-# SEED-DIR gets bodies, a SMIL text and texts in several character sets, to start the fuzz targets.
+#   make.sh MMSKIT OUTPUT-DIR
 set -eu
 LC_ALL=C
 export LC_ALL
 [ $# -ge 2 ] || {
-    echo "usage: make.sh MMSKIT OUTPUT-DIR [SEED-DIR]" >&2
+    echo "usage: make.sh MMSKIT OUTPUT-DIR" >&2
     exit 2
 }
 here=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd)
-mmskit=$1 out=$2 seeds=${3:-}
+mmskit=$1 out=$2
 
 octet() { printf "\\$(printf '%03o' "$1")"; }
 uintvar() { # up to 16383
@@ -47,23 +45,6 @@ body_single_text() { # no multipart at all
 for json in "$here"/*.json; do
     name=$(basename "$json" .json)
     "$mmskit" compose "$json" --retrieved -o "$out/$name.mms"
-    [ -z "$seeds" ] || "$mmskit" compose "$json" --body-only -o "$seeds/body-$name"
 done
 { headers no-smil 'Two parts, no slides' '\217\200' && body_no_smil; } >"$out/no-smil.mms"
 { headers single-text 'One text' '' && body_single_text; } >"$out/single-text.mms"
-
-[ -n "$seeds" ] || exit 0
-body_no_smil >"$seeds/body-no-smil"
-body_single_text >"$seeds/body-single-text"
-sed -n 's/.*<smil>/<smil>/; /^<smil>/,/^<\/smil>/p' "$seeds/body-postcard" |
-    sed 's/^\(<\/smil>\).*/\1/' >"$seeds/smil-postcard"
-cat >"$seeds/smil-regions" <<'SMIL'
-<smil><head><layout><root-layout width="160" height="200" background-color="#FFF4E0"/>
-<region id="Image" left="0" top="10%" width="160" height="120" fit="meet"/></layout></head>
-<body><par dur="8s"><img src="a.jpg" region="Image" begin="0.5s"/><audio src="cid:b"/>
-<text src="a.txt"><param name="foreground-color" value="NAVY"/></text></par></body></smil>
-SMIL
-printf 'Gr\374\337e, \340 bient\364t' >"$seeds/text-latin1"
-printf '\377\376H\0e\0j\0 \0\254\040\075\330\000\336' >"$seeds/text-utf16"
-printf '\376\377\147\161\116\254\060\170' >"$seeds/text-ucs2"
-printf 'Καλημέρα 海 🐚' >"$seeds/text-utf8"

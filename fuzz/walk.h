@@ -8,20 +8,26 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace fuzz {
 
-inline volatile uint8_t seen;
+// What was looked at, so that two walks can be compared.
+inline uint64_t seen = 0xCBF29CE484222325U;
 
 inline void touch(const uint8_t* data, int32_t length) {
     if (length < 0 || (data == nullptr && length != 0)) std::abort();
     for (int32_t i = 0; i < length; i++)
-        seen = data[i];
+        seen = (seen ^ data[i]) * 0x100000001B3U;
+}
+
+inline void touch(uint64_t number) {
+    seen = (seen ^ number) * 0x100000001B3U;
 }
 
 inline void touch(const char* text) {
-    if (text != nullptr) touch(reinterpret_cast<const uint8_t*>(text), fnSC_STRLEN(text));
+    const int32_t length = fnSC_STRLEN(text);
+    touch(text == nullptr ? ~uint64_t{0} : static_cast<uint64_t>(length));
+    touch(reinterpret_cast<const uint8_t*>(text), length);
 }
 
 template <typename Media>
@@ -31,13 +37,16 @@ void touch_media(int32_t (*get)(Media*)) {
     touch(media.Data, media.Length);
     touch(media.Type);
     touch(media.Name);
+    for (const int32_t number : {media.Begin, media.End, media.IsDrm})
+        touch(static_cast<uint64_t>(number));
 }
 
 inline void walk_slide() {
-    uint32_t colour = 0;
-    fnPAR_GetCurParDur();
-    fnPAR_GetCurParBgColor(&colour);
-    fnPAR_GetCurParForeColor(&colour);
+    uint32_t colours[2] = {};
+    touch(static_cast<uint64_t>(fnPAR_GetCurParDur()));
+    fnPAR_GetCurParBgColor(&colours[0]);
+    fnPAR_GetCurParForeColor(&colours[1]);
+    touch(uint64_t{colours[0]} << 32U | colours[1]);
     tPAR_Text text{};
     if (fnPAR_GetCurParText(&text)) touch(text.Data);
     touch_media(fnPAR_GetCurParImg);
@@ -45,10 +54,10 @@ inline void walk_slide() {
     touch_media(fnPAR_GetCurParVideo);
 }
 
-// Shows a body as a host would, forwards and back, and releases it.
-inline void walk_body(const uint8_t* body, int32_t length) {
-    fnPAR_SmilParserEntry(body, length);
-    fnPAR_IsDrmObjectIncluded();
+// Shows a body as a host would, forwards and back.
+inline void show_body(const uint8_t* body, int32_t length) {
+    touch(static_cast<uint64_t>(fnPAR_SmilParserEntry(body, length)));
+    touch(static_cast<uint64_t>(fnPAR_IsDrmObjectIncluded()));
     fnPAR_InitCurPar();
     if (!fnPAR_IsParEmpty()) {
         do
@@ -65,17 +74,13 @@ inline void walk_body(const uint8_t* body, int32_t length) {
         touch(attachment.Type);
         touch(fnPAR_GetAttachmentName(i));
     }
+}
+
+// The same, and releases it.
+inline void walk_body(const uint8_t* body, int32_t length) {
+    show_body(body, length);
     fnPAR_SmilFree();
     fnPAR_SmilFree();
 }
-
-// The input in a block of exactly its size: what is read beside it is an error.
-struct Exact {
-    Exact(const uint8_t* data, size_t size) : bytes(new uint8_t[size]), length(int32_t(size)) {
-        if (size > 0) std::memcpy(bytes.get(), data, size);
-    }
-    std::unique_ptr<uint8_t[]> bytes;
-    int32_t length;
-};
 
 }  // namespace fuzz

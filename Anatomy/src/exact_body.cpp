@@ -1,13 +1,11 @@
 // The model of the exact body splitter and of its content types; see exact_message.h.
-#include <mmskit/wsp.h>
 
 #include <algorithm>
 #include <string>
 
-#include <mmskit/runtime.h>
-
 #include "Anatomy/src/exact_message.h"
 #include "Anatomy/src/exact_values.h"
+#include "Anatomy/src/library_text.h"
 
 namespace mmskit_anatomy {
 namespace {
@@ -30,9 +28,8 @@ void read_media_type(BoundedReader& in, ExactBodyPart& part) {
         part.type = view_of(in.text());
         return;
     }
-    char* type = DecodeWellKnownContentType(in.byte() & 0x7F);
-    part.type = type != nullptr ? type : "";
-    fnSC_Free(&type);
+    const LibraryText type = well_known_media_type(in.byte() & 0x7FU);
+    part.type = type != nullptr ? type.get() : "";
 }
 
 bool word_at(const BoundedReader& in, uint64_t ahead, std::string_view lower) {

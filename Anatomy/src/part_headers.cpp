@@ -1,10 +1,8 @@
 // Reads content types and part headers into nodes and facts; see part_headers.h.
 #include "Anatomy/src/part_headers.h"
 
-#include <mmskit/runtime.h>
-#include <mmskit/wsp.h>
-
 #include "Anatomy/src/charset.h"
+#include "Anatomy/src/library_text.h"
 #include "Anatomy/src/wsp_fields.h"
 
 namespace mmskit_anatomy {
@@ -377,10 +375,8 @@ std::string well_known_type(uint8_t number) {
             static_cast<std::size_t>(number - run.first) < std::size(run.names) &&
             !run.names[number - run.first].empty())
             return std::string(run.names[number - run.first]);
-    char* text = DecodeWellKnownContentType(number);
-    std::string type = text != nullptr ? lower_case(text) : std::string();
-    fnSC_Free(&text);
-    return type;
+    const LibraryText text = well_known_media_type(number);
+    return text != nullptr ? lower_case(text.get()) : std::string();
 }
 
 ContentType read_content_type(Tree& tree, Cursor& cursor, uint32_t start, uint32_t depth,

@@ -1,8 +1,7 @@
 // Content types and headers of parts; see part_writer.h.
 #include "Anatomy/src/part_writer.h"
 
-#include <mmskit/runtime.h>
-#include <mmskit/wsp.h>
+#include "Anatomy/src/library_text.h"
 
 namespace mmskit_anatomy {
 namespace {
@@ -17,19 +16,16 @@ constexpr uint8_t known_types = 53;
 
 PartWriter::PartWriter() {
     for (uint8_t code = 0; code < known_types; ++code) {
-        char* type = DecodeWellKnownContentType(code);
-        if (type != nullptr) codes_.emplace(folded(type), code);
-        fnSC_Free(&type);
+        const LibraryText type = well_known_media_type(code);
+        if (type != nullptr) codes_.emplace(folded(type.get()), code);
     }
 }
 
 std::string PartWriter::spelled(std::string_view type) const {
     const auto found = codes_.find(std::string(type));
     if (found == codes_.end()) return std::string(type);
-    char* text = DecodeWellKnownContentType(found->second);
-    std::string out = text != nullptr ? text : std::string(type);
-    fnSC_Free(&text);
-    return out;
+    const LibraryText text = well_known_media_type(found->second);
+    return text != nullptr ? text.get() : std::string(type);
 }
 
 void PartWriter::write_type(BytesWriter& out, std::string_view type) const {

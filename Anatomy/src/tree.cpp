@@ -22,11 +22,11 @@ std::string_view shortened(std::string_view text) {
 
 uint8_t* Arena::bytes(std::size_t size) {
     if (size > arena_block / 4) {  // a block of its own
-        blocks_.emplace_back(new char[size]);
+        blocks_.push_back(std::make_unique_for_overwrite<char[]>(size));
         return reinterpret_cast<uint8_t*>(blocks_.back().get());
     }
     if (size > room_) {
-        blocks_.emplace_back(new char[arena_block]);
+        blocks_.push_back(std::make_unique_for_overwrite<char[]>(arena_block));
         free_ = blocks_.back().get();
         room_ = arena_block;
     }

@@ -11,6 +11,7 @@
 #include "Composer/src/composer_internal.h"
 #include "scshare/common/src/owned.h"
 #include "tests/Composer/composition.h"
+#include "tests/support/faults.h"
 
 namespace {
 

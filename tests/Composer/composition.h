@@ -1,7 +1,6 @@
 // A medium in plain containers, handed to the composer's calls and taken back.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <mmskit/composer.h>
 #include <mmskit/runtime.h>
 
@@ -9,7 +8,7 @@
 #include <string>
 
 #include "tests/support/bytes.h"
-#include "tests/support/faults.h"
+#include "tests/support/guarded.h"
 
 namespace testing_support {
 

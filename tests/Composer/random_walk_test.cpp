@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/Composer/composition.h"
+#include "tests/support/faults.h"
 
 namespace {
 
