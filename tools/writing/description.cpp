@@ -205,7 +205,7 @@ Description describe_json(const std::string& file) {
         const Where where{input_name(file) + ": ", false};
         const json document = json::parse(bytes.begin(), bytes.end(), TwiceGiven(where));
         return JsonReader(document, file).read();
-    } catch (const json::exception& error) {  // a number may be beyond all limits, too
+    } catch (const json::exception& error) {    // a number may be beyond all limits, too
         const std::string what = error.what();  // begins with the library's own number
         throw Failure(visible(input_name(file) + ": " + what.substr(what.find("] ") + 2)));
     }
