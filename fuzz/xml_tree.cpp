@@ -4,6 +4,12 @@
 #include <cstdio>
 
 #include "Push/src/Push_XmlTree.h"
+#include "scshare/common/src/owned.h"
+
+// The library's own bears the other name of the namespace.
+void mmskit::deallocate(void* p) {
+    fnSC_Free(&p);
+}
 
 namespace {
 
