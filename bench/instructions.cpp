@@ -291,6 +291,43 @@ void latin1_mixed() {
     to_utf8(latin1_set, text.data(), text.size());
 }
 
+// The same texts in other forms: ASCII with one letter of two bytes in every `one_in`.
+void utf8_to_ucs2(const std::string& text) {
+    static std::u16string room(2 * units + 1, u'\0');
+    const int32_t count =
+        UTF8toUCS2(bytes_of(text), size_of(text), reinterpret_cast<uint16_t*>(room.data()));
+    must(count > 0, "UTF-8 to UCS-2");
+}
+void utf8_ascii() {
+    static const std::string text(2 * units, 'a');
+    utf8_to_ucs2(text);
+}
+void utf8_mixed() {
+    static const std::string text = testing_support::repeated("abc\xC3\xBC", 2 * units / 5);
+    utf8_to_ucs2(text);
+}
+void ucs4_mixed() {
+    static const std::u32string text = [] {
+        std::u32string made;
+        for (size_t i = 0; i < units / 2; ++i)
+            made += i % 4 == 3 ? U'\xFC' : U'a';
+        return made;
+    }();
+    static std::string room(6 * text.size() + 1, '\0');
+    const int32_t size =
+        UCS4toUTF8(reinterpret_cast<const uint32_t*>(text.data()),
+                   static_cast<int32_t>(text.size()), reinterpret_cast<uint8_t*>(room.data()));
+    must(size > 0, "UCS-4 to UTF-8");
+}
+void utf16_mixed_to_ucs4() {
+    static const std::u16string text = utf16_text(4, u'ü');
+    static std::u32string room(text.size() + 1, U'\0');
+    const int32_t count = UTF16toUCS4(reinterpret_cast<const uint8_t*>(text.data()),
+                                      static_cast<int32_t>(text.size() * 2),
+                                      reinterpret_cast<uint32_t*>(room.data()));
+    must(count > 0, "UTF-16 to UCS-4");
+}
+
 struct Row {
     const char* name;
     instructions::Operation work;
@@ -319,6 +356,10 @@ constexpr Row rows[] = {
     {"utf16-chinese-to-utf8", utf16_chinese},
     {"latin1-ascii-to-utf8", latin1_ascii},
     {"latin1-mixed-to-utf8", latin1_mixed},
+    {"utf8-ascii-to-ucs2", utf8_ascii},
+    {"utf8-mixed-to-ucs2", utf8_mixed},
+    {"ucs4-mixed-to-utf8", ucs4_mixed},
+    {"utf16-mixed-to-ucs4", utf16_mixed_to_ucs4},
 };
 
 }  // namespace

@@ -25,7 +25,7 @@ void convert(const char* from, const char* to, std::string text) {
     const iconv_t converter = iconv_open(to, from);
     char* in = text.data();
     size_t left = text.size();
-    size_t room = 3 * text.size() + 1;
+    size_t room = 4 * text.size() + 1;
     char* const block = static_cast<char*>(std::malloc(room));
     char* out = block;
     if (iconv(converter, &in, &left, &out, &room) == static_cast<size_t>(-1)) std::abort();
@@ -34,8 +34,8 @@ void convert(const char* from, const char* to, std::string text) {
 }
 
 // A converter stays open here, so that a later opening finds its module loaded.
-void keep_module(const char* from) {
-    if (iconv_open("UTF-8", from) == reinterpret_cast<iconv_t>(-1)) std::abort();
+void keep_module(const char* from, const char* to = "UTF-8") {
+    if (iconv_open(to, from) == reinterpret_cast<iconv_t>(-1)) std::abort();
 }
 
 std::string utf16_of(size_t one_in, const char* other) {
@@ -99,6 +99,26 @@ void instructions::count_peers() {
     count("iconv/latin1-mixed", [] {
         static const std::string text = testing_support::repeated("abc\xFC", 16384);
         convert("ISO-8859-1", "UTF-8", text);
+    });
+    keep_module("UTF-8", "UCS-2LE");
+    keep_module("UCS-4LE");
+    keep_module("UTF-16LE", "UCS-4LE");
+    count("iconv/utf8-ascii-to-ucs2", [] {
+        static const std::string text(65536, 'a');
+        convert("UTF-8", "UCS-2LE", text);
+    });
+    count("iconv/utf8-mixed-to-ucs2", [] {
+        static const std::string text = testing_support::repeated("abc\xC3\xBC", 65536 / 5);
+        convert("UTF-8", "UCS-2LE", text);
+    });
+    count("iconv/ucs4-mixed-to-utf8", [] {
+        static const std::string text =
+            testing_support::repeated(std::string("a\0\0\0b\0\0\0c\0\0\0\xFC\0\0\0", 16), 4096);
+        convert("UCS-4LE", "UTF-8", text);
+    });
+    count("iconv/utf16-mixed-to-ucs4", [] {
+        static const std::string text = utf16_of(4, "\xFC");
+        convert("UTF-16LE", "UCS-4LE", text);
     });
 #ifdef MMSKIT_HAVE_EXPAT
     count("expat/smil", [] {

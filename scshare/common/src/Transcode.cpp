@@ -71,13 +71,8 @@ inline uint8_t* put_three(uint8_t* out, uint32_t c) {
     return out + 3;
 }
 
-// For anything below 0x10000.
-inline uint8_t* put_unit(uint8_t* out, uint32_t c) {
-    if (c >= 0x800) return put_three(out, c);
-    if (c < 0x80) {
-        *out = static_cast<uint8_t>(c);
-        return out + 1;
-    }
+// For 0x80 to 0x7FF.
+inline uint8_t* put_two(uint8_t* out, uint32_t c) {
     out[0] = static_cast<uint8_t>(0xC0 | c >> 6);
     out[1] = static_cast<uint8_t>(0x80 | (c & 0x3F));
     return out + 2;
@@ -85,7 +80,10 @@ inline uint8_t* put_unit(uint8_t* out, uint32_t c) {
 
 inline uint8_t* put_code_point(uint8_t* out, uint32_t c) {
     if (c - 0x800 <= 0xFFFF - 0x800) return put_three(out, c);
-    return c > 0xFFFF ? put_long_form(out, c) : put_unit(out, c);
+    if (c > 0xFFFF) return put_long_form(out, c);
+    if (c >= 0x80) return put_two(out, c);
+    *out = static_cast<uint8_t>(c);
+    return out + 1;
 }
 
 // ---- Runs of ASCII, eight bytes at a time ------------------------------------------------------
@@ -109,29 +107,48 @@ constexpr uint64_t beyond_ascii_units(ByteOrder order) {
     return order == ByteOrder::big ? repeated(0xFF, 0x80) : repeated(0x80, 0xFF);
 }
 
-// The even or odd bytes of a word that has nothing between them, in memory order on a little-endian
-// machine.
+// The even or odd bytes of a word, in memory order on a little-endian machine.
 constexpr uint32_t packed_units(uint64_t word, bool odd) {
-    word >>= odd ? 8 : 0;
+    word = word >> (odd ? 8 : 0) & 0x00FF00FF00FF00FF;
     word = (word | word >> 8) & 0x0000FFFF0000FFFF;
     return static_cast<uint32_t>(word | word >> 16);
 }
 
-// Copies the ASCII characters at the front of `in` as bytes, while four of them stand together.
 template <ByteOrder order>
-size_t copy_ascii_units(const uint8_t* in, size_t units, uint8_t* out) {
+uint32_t whole_unit(const uint8_t* in) {
+    uint16_t unit = 0;
+    std::memcpy(&unit, in, sizeof unit);
+    constexpr bool native =
+        (order == ByteOrder::little) == (std::endian::native == std::endian::little);
+    return native ? unit : static_cast<uint16_t>(unit << 8 | unit >> 8);
+}
+
+// Copies the ASCII characters at the front of `in` as bytes, four at a time while they stand
+// together.
+template <ByteOrder order>
+[[gnu::always_inline]] inline size_t copy_ascii_units(const uint8_t* in, size_t units,
+                                                      uint8_t* out) {
     constexpr bool odd = order == ByteOrder::big;
     size_t at = 0;
     for (; units - at >= 4; at += 4) {
         const uint64_t word = load_8(in + 2 * at);
-        if ((word & beyond_ascii_units(order)) != 0) break;
+        const uint64_t beyond = word & beyond_ascii_units(order);
         if constexpr (std::endian::native == std::endian::little) {
+            // All four are stored, and what is no ASCII is written over: four units of UCS-2 give
+            // four bytes at least, and those of UTF-16 have room for three each.
             const uint32_t four = packed_units(word, odd);
             std::memcpy(out + at, &four, sizeof four);
+            if (beyond != 0) return at + static_cast<size_t>(std::countr_zero(beyond)) / 16;
         } else {
+            if (beyond != 0) break;
             for (size_t i = 0; i < 4; ++i)
                 out[at + i] = in[2 * (at + i) + (odd ? 1 : 0)];
         }
+    }
+    for (; at != units; ++at) {
+        const uint32_t c = whole_unit<order>(in + 2 * at);
+        if (c >= 0x80) break;
+        out[at] = static_cast<uint8_t>(c);
     }
     return at;
 }
@@ -154,15 +171,6 @@ constexpr bool is_low_surrogate(uint32_t unit) {
 }
 
 template <ByteOrder order>
-uint32_t whole_unit(const uint8_t* in) {
-    uint16_t unit = 0;
-    std::memcpy(&unit, in, sizeof unit);
-    constexpr bool native =
-        (order == ByteOrder::little) == (std::endian::native == std::endian::little);
-    return native ? unit : static_cast<uint16_t>(unit << 8 | unit >> 8);
-}
-
-template <ByteOrder order>
 uint8_t* ucs2_units_to_utf8(const uint8_t* in, size_t units, uint8_t* out) {
     for (size_t at = 0; at < units;) {
         const uint32_t c = whole_unit<order>(in + 2 * at);
@@ -170,7 +178,7 @@ uint8_t* ucs2_units_to_utf8(const uint8_t* in, size_t units, uint8_t* out) {
             const size_t run = copy_ascii_units<order>(in + 2 * at, units - at, out);
             at += run;
             out += run;
-            if (run != 0) continue;
+            continue;
         }
         uint8_t* const lead = out;
         out = put_code_point(out, c);
@@ -196,15 +204,15 @@ size_t ucs2_bytes_to_utf8(const uint8_t* in, size_t size, ByteOrder order, uint8
     return static_cast<size_t>(end - out);
 }
 
-uint32_t* put_unit(uint32_t* out, uint32_t c) {
+uint32_t* put_code_point(uint32_t* out, uint32_t c) {
     *out = c;
     return out + 1;
 }
-uint32_t* put_three(uint32_t* out, uint32_t c) {
-    return put_unit(out, c);
+uint32_t* put_two(uint32_t* out, uint32_t c) {
+    return put_code_point(out, c);
 }
-uint32_t* put_code_point(uint32_t* out, uint32_t c) {
-    return put_unit(out, c);
+uint32_t* put_three(uint32_t* out, uint32_t c) {
+    return put_code_point(out, c);
 }
 
 // The code point of a surrogate and what stands behind it; `in` moves past its partner.
@@ -235,23 +243,26 @@ Utf16Progress<Out> read_utf16(const uint8_t* in, const uint8_t* stop, Out* out) 
                     copy_ascii_units<order>(in, static_cast<size_t>(stop - in) / 2, out);
                 in += 2 * run;
                 out += run;
-                if (run != 0) continue;
+            } else {
+                *out++ = unit;
+                in += 2;
             }
-            *out++ = static_cast<Out>(unit);
-            in += 2;
-            continue;
-        }
-        if (unit - 0x800 < 0xD800 - 0x800) {
-            out = put_three(out, unit);
-            in += 2;
             continue;
         }
         in += 2;
+        if (unit - 0x800 < 0xD800 - 0x800) {
+            out = put_three(out, unit);
+            continue;
+        }
+        if (unit < 0x800) {
+            out = put_two(out, unit);
+            continue;
+        }
         if (unit == swapped_mark) break;
         if (is_surrogate(unit))
             out = put_code_point(out, paired<order>(unit, in, stop));
         else if (unit != byte_order_mark)
-            out = put_unit(out, unit);
+            out = put_three(out, unit);
     }
     return {in, out};
 }
