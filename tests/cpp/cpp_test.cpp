@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 #if defined(__cpp_exceptions) || defined(__cpp_rtti)
@@ -111,6 +112,35 @@ TEST(Cpp, the_newest_view_is_the_one_that_is_there) {
     EXPECT_FALSE(first->slides().empty());
     ASSERT_TRUE(mmskit::Composition::reedit(mmskit::body_of(*postcard)));
     EXPECT_TRUE(first->slides().empty());
+}
+
+// The odd machines run this under ThreadSanitizer too.
+TEST(Cpp, anatomies_in_several_threads_are_those_of_one) {
+    std::vector<std::vector<uint8_t>> inputs;
+    for (const char* name : {"postcard", "attachments", "scripts", "no-smil", "single-text"})
+        for (const size_t part : {4, 3, 2}) {
+            inputs.push_back(file("examples/" + std::string(name) + ".mms"));
+            inputs.back().resize(inputs.back().size() * part / 4);
+        }
+    const auto mend_all = [&inputs] {
+        std::string all;
+        for (const std::vector<uint8_t>& input : inputs) {
+            const auto anatomy = mmskit::Anatomy::dissect(input);
+            const auto mended = anatomy->mend();
+            for (const tMMS_Note& note : mended->notes())
+                all += note.pText;
+            all.append(mended->data().begin(), mended->data().end());
+        }
+        return all;
+    };
+    const std::string expected = mend_all();
+    std::vector<std::string> seen(4);
+    std::vector<std::thread> threads;
+    for (std::string& each : seen)
+        threads.emplace_back([&each, &mend_all] { each = mend_all(); });
+    for (std::thread& each : threads)
+        each.join();
+    EXPECT_EQ(seen, std::vector(4, expected));
 }
 
 TEST(Cpp, an_anatomy_tells_what_is_wrong_and_is_mended) {

@@ -3,8 +3,6 @@
 // next save, without a load in between, is broken off in the same ways, until no new state comes
 // up. Whatever state it is, loading gives the list of before or the one that was saved, whole.
 // Relies on ptrace, skipped where that is not permitted, and on the registers of x86-64.
-#include <gtest/gtest.h>
-#include <mmskit/storage.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/user.h>
@@ -12,20 +10,17 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "tests/support/bytes.h"
+#include "tests/posix/saves.h"
 
 #ifdef __x86_64__
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace testing_support;
 
 // A process with a sanitizer, which clang's build of the tests has, forks slowly: there only the
 // first states are explored.
@@ -35,52 +30,10 @@ constexpr size_t explored_states = 8;
 constexpr size_t explored_states = 1000;
 #endif
 
-using Folder = std::map<std::string, std::string>;  // contents by file name
-
-class BrokenSaves : public testing::Test {
+class BrokenSaves : public Saves {
   protected:
-    BrokenSaves() { restore({}); }
-    ~BrokenSaves() override { fs::remove_all(folder_); }
-
-    // All of a list. Two are saved in turn; the second takes two writes to copy.
-    static std::string list_text(bool second) {
-        const std::string value(second ? 7000 : 100, 'v');
-        return "a" + value + "b" + value + "c" + value;
-    }
-    int32_t save(bool second) const {
-        tSCList list{};
-        const std::string all = list_text(second);
-        for (size_t at = 0; at < all.size(); at += all.size() / 3)
-            (void)fnSCFS_INI_WriteRAM(&list, all.substr(at, 1).c_str(),
-                                      all.substr(at + 1, all.size() / 3 - 1).c_str());
-        const int32_t result = fnSCFS_Write_INI_To_File(path_.c_str(), &list);
-        fnSCList_Clear(&list, fnSCFS_INI_FreeNode);
-        return result;
-    }
-    std::string load() const {
-        tSCList list{};
-        fnSCFS_INI_List_Init(path_.c_str(), &list);
-        std::string all;
-        for (const tSCListNode* node = list.pHead; node != nullptr; node = node->pNext) {
-            const auto* entry = static_cast<const tSCFS_INI_Entry*>(node->pData);
-            all += std::string(entry->pKey) + entry->pValue;
-        }
-        fnSCList_Clear(&list, fnSCFS_INI_FreeNode);
-        return all;
-    }
-
-    Folder snapshot() const {
-        Folder out;
-        for (const auto& entry : fs::directory_iterator(folder_))
-            out[entry.path().filename()] = testing_support::file_bytes(entry.path());
-        return out;
-    }
-    void restore(const Folder& files) const {
-        fs::remove_all(folder_);
-        fs::create_directory(folder_);
-        for (const auto& [name, content] : files)
-            std::ofstream(folder_ + "/" + name, std::ios::binary) << content;
-    }
+    // Two lists are saved in turn; the second takes two writes to copy.
+    static size_t size_of(bool second) { return second ? 7000 : 100; }
 
     // Saves in a child process whose `at`-th system call, counted from 1, fails with the error, or
     // is where the process is killed when that is 0. The result of the save; -1 when killed.
@@ -89,7 +42,7 @@ class BrokenSaves : public testing::Test {
         if (child == 0) {
             if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(9);
             raise(SIGSTOP);
-            _exit(save(second));
+            _exit(save(size_of(second)));
         }
         int status = 0;
         waitpid(child, &status, 0);
@@ -133,7 +86,8 @@ class BrokenSaves : public testing::Test {
         ptrace(PTRACE_GETREGS, child, nullptr, &regs);
         for (const auto& [call, sign] :
              {std::pair(SYS_write, 'w'), std::pair(SYS_fsync, 's'), std::pair(SYS_rename, 'm'),
-              std::pair(SYS_renameat, 'm'), std::pair(SYS_unlinkat, 'u')}) {
+              std::pair(SYS_renameat, 'm'), std::pair(SYS_renameat2, 'm'),
+              std::pair(SYS_unlinkat, 'u')}) {
             if (regs.orig_rax == static_cast<unsigned long long>(call)) order_ += sign;
         }
     }
@@ -142,8 +96,8 @@ class BrokenSaves : public testing::Test {
     void break_each_call(const Folder& from, std::vector<Folder>& states) const {
         restore(from);
         const std::string before = load();
-        const bool second = before != list_text(true);
-        const std::string saved = list_text(second);
+        const bool second = before != list_text(size_of(true));
+        const std::string saved = list_text(size_of(second));
         for (const int error : {0, ENOSPC}) {
             bool reached = true;
             for (int at = 1; reached && !HasFailure(); ++at) {
@@ -162,8 +116,6 @@ class BrokenSaves : public testing::Test {
     }
 
     mutable std::string order_;  // of the calls of the last save
-    std::string folder_ = testing::TempDir() + "mmskit-crash" + std::to_string(getpid());
-    std::string path_ = folder_ + "/s.ini";
 };
 
 TEST_F(BrokenSaves, LeaveTheOldListOrTheNewOneWhole) {
@@ -184,7 +136,7 @@ TEST_F(BrokenSaves, LeaveTheOldListOrTheNewOneWhole) {
         const Folder from = states[i];
         break_each_call(from, states);
         restore(from);
-        EXPECT_EQ(save(true), 1);
+        EXPECT_EQ(save(size_of(true)), 1);
         EXPECT_EQ(snapshot().size(), 1U) << "a save that works cleans up";
     }
 }
