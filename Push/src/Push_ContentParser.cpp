@@ -133,7 +133,7 @@ struct NotifyText {
             const uint64_t wanted = text == nullptr ? length + 1 : 2 * (size + length + 1);
             auto* grown = static_cast<char*>(allocate_unfilled(wanted));
             if (grown == nullptr) return false;
-            if (text != nullptr) std::memcpy(grown, text, size);
+            if (text != nullptr) std::memcpy(grown, text, static_cast<size_t>(size));
             replace_owned(text, grown);
             room = wanted;
         }

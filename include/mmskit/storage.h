@@ -359,7 +359,7 @@ int32_t fnSCFS_ReadFromFileAtPos(void* data, int32_t length, int32_t position, c
 
 /** Writes `count` items of size * count bytes each, so that with a count of 1 `size` bytes are
  * written; `data` must hold size * count * count bytes. The items written; -1 when none was, when
- * the sizes do not fit in 64 bits or for a null argument; 0 for items of no bytes. */
+ * the sizes do not fit in a size_t or for a null argument; 0 for items of no bytes. */
 int32_t fnSCFS_File_Write(const void* data, uint32_t size, uint32_t count, tSCFS_File* file);
 
 /** Reads up to size * count bytes, INT32_MAX at most. The bytes read; -1 when there was none though

@@ -416,7 +416,8 @@ TEST(SlideView, ReferencesBeyondTheWorkLimitNameNothing) {
     const std::string body = body_of(parts);
     const size_t first =
         body.find("<par><img src=\"aaaab\" region=\"1\"/></par><par><img src=\"aaaab\"");
-    const size_t tag_end = first + fit * again.size() + again.size() - std::strlen("</par>");
+    const size_t tag_end =
+        first + static_cast<size_t>(fit) * again.size() + again.size() - std::strlen("</par>");
     EXPECT_EQ(last_error(), reason + std::to_string(tag_end));
 }
 

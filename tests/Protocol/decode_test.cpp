@@ -4,6 +4,7 @@
 #include <mmskit/pdu.h>
 #include <mmskit/runtime.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,9 @@ std::string m(const char* name, uint32_t value) {
     return value != 0 ? m(name, std::to_string(value).c_str()) : "";
 }
 
-// The binary interface on LP64: the offset of every member, which never changes.
+#define AT(record, member) offsetof(tMMS_##record, member)
+
+// The place of every member; what it is on LP64, which never changes, tests/abi holds.
 using Named = std::vector<std::pair<const char*, size_t>>;
 struct Layout {
     Named octets, numbers, texts;
@@ -43,24 +46,39 @@ std::string shown(const uint8_t* record, const Layout& layout) {
     return out + m("body", hex(text(body), number(size)).c_str());
 }
 
-const Layout conf{
-    {{"type", 0}, {"version", 1}, {"status", 2}}, {}, {{"tid", 8}, {"text", 16}, {"id", 24}}};
-const Layout notification_ind{{{"class", 0}, {"priority", 1}, {"token", 2}},
-                              {{"size", 4}, {"expiry", 8}},
-                              {{"tid", 16}, {"from", 24}, {"subject", 32}, {"at", 40}}};
-const Layout retrieve_conf{
-    {{"class", 8}, {"priority", 9}},
-    {{"delivery", 0}, {"read", 4}, {"date", 12}},
-    {{"tid", 32}, {"id", 40}, {"from", 48}, {"to", 56}, {"cc", 64}, {"subject", 72}},
-    {24, 16}};
-const Layout delivery_ind{{{"status", 0}}, {{"date", 24}}, {{"id", 8}, {"to", 16}}};
-const Layout read_orig_ind{{{"status", 28}}, {{"date", 24}}, {{"id", 0}, {"from", 8}, {"to", 16}}};
+// Packed by hand: one member a line takes a page.
+// clang-format off
+const Layout conf{{{"type", AT(SendConf, bMessageType)}, {"version", AT(SendConf, bVersion)},
+    {"status", AT(SendConf, bResponseStatus)}}, {}, {{"tid", AT(SendConf, pTransactionId)},
+    {"text", AT(SendConf, pResponseText)}, {"id", AT(SendConf, pMessageId)}}};
+const Layout notification_ind{{{"class", AT(NotificationInd, bMessageClass)},
+    {"priority", AT(NotificationInd, bPriority)}, {"token", AT(NotificationInd, bExpiryToken)}},
+    {{"size", AT(NotificationInd, iMessageSize)}, {"expiry", AT(NotificationInd, iExpiry)}},
+    {{"tid", AT(NotificationInd, pTransactionId)}, {"from", AT(NotificationInd, From)},
+    {"subject", AT(NotificationInd, pSubject)}, {"at", AT(NotificationInd, pContentLocation)}}};
+const Layout retrieve_conf{{{"class", AT(RetrieveConf, bMessageClass)},
+    {"priority", AT(RetrieveConf, bPriority)}}, {{"delivery", AT(RetrieveConf, bDeliveryReport)},
+    {"read", AT(RetrieveConf, bReadReport)}, {"date", AT(RetrieveConf, iDate)}},
+    {{"tid", AT(RetrieveConf, pTransactionId)}, {"id", AT(RetrieveConf, pMessageId)},
+    {"from", AT(RetrieveConf, From)}, {"to", AT(RetrieveConf, pTo)}, {"cc", AT(RetrieveConf, pCc)},
+    {"subject", AT(RetrieveConf, pSubject)}}, {AT(RetrieveConf, pBody),
+    AT(RetrieveConf, iBodyLen)}};
+const Layout delivery_ind{{{"status", AT(DeliveryInd, bStatus)}},
+    {{"date", AT(DeliveryInd, iDate)}}, {{"id", AT(DeliveryInd, pMessageId)},
+    {"to", AT(DeliveryInd, pTo)}}};
+const Layout read_orig_ind{{{"status", AT(ReadOrigInd, bReadStatus)}},
+    {{"date", AT(ReadOrigInd, iDate)}}, {{"id", AT(ReadOrigInd, pMessageId)},
+    {"from", AT(ReadOrigInd, From)}, {"to", AT(ReadOrigInd, pTo)}}};
 // Flags and times, of which three are set in a new record.
-const Layout send_request{
-    {{"class", 72}, {"priority", 73}},
-    {{"dr", 0}, {"rr", 4}, {"seen", 8}, {"d", 76}, {"rel", 80}, {"e", 84}, {"rel", 88}, {"t", 92}},
-    {{"tid", 16}, {"from", 24}, {"to", 32}, {"cc", 40}, {"bcc", 48}, {"subject", 56}},
-    {64, 96}};
+const Layout send_request{{{"class", AT(SendReq, bMessageClass)},
+    {"priority", AT(SendReq, bPriority)}}, {{"dr", AT(SendReq, bDeliveryReport)},
+    {"rr", AT(SendReq, bReadReport)}, {"seen", AT(SendReq, bSenderVisible)},
+    {"d", AT(SendReq, iDate)}, {"rel", AT(SendReq, bExpiryRelative)}, {"e", AT(SendReq, iExpiry)},
+    {"rel", AT(SendReq, bDeliveryTimeRelative)}, {"t", AT(SendReq, iDeliveryTime)}},
+    {{"tid", AT(SendReq, pTransactionId)}, {"from", AT(SendReq, From)}, {"to", AT(SendReq, pTo)},
+    {"cc", AT(SendReq, pCc)}, {"bcc", AT(SendReq, pBcc)}, {"subject", AT(SendReq, pSubject)}},
+    {AT(SendReq, pContent), AT(SendReq, iContentLen)}};
+// clang-format on
 
 using Read = std::string (*)(const uint8_t* pdu, int32_t length);
 template <auto parse, uint8_t kind, const Layout& layout>
@@ -192,22 +210,40 @@ TEST(Decode, joining_recipients_is_linear) {
 
 struct Kind {
     size_t size;
-    std::vector<size_t> owned;                         // offsets of the pointers
-    std::vector<std::pair<size_t, uint8_t>> defaults;  // the bytes of a new record that are not 0
+    std::vector<size_t> owned;                       // offsets of the pointers
+    std::vector<std::pair<size_t, uint8_t>> octets;  // of a new record, those that are not 0
+    std::vector<size_t> ones;                        // offsets of the numbers that are 1
 };
+// clang-format off
 const Kind kinds[] = {
-    {104, {16, 24, 32, 40, 48, 56, 64}, {{8, 1}, {73, 1}, {80, 1}, {88, 1}}},
-    {32, {8, 16, 24}, {{0, 0x81}, {1, 0x92}}},
-    {48, {16, 24, 32, 40}, {}},
-    {80, {24, 32, 40, 48, 56, 64, 72}, {}},
-    {32, {8, 16}, {}},
-    {16, {8}, {{0, 0x83}, {1, 0x92}}},
-    {16, {8}, {{0, 0x85}, {1, 0x92}}},
-    {32, {0, 8, 16}, {}},
-    {32, {0, 8, 16}, {}},
-    {72, {8, 16, 24, 32, 40}, {{52, 1}, {60, 1}}},
-    {32, {8, 16, 24}, {}},
+    {sizeof(tMMS_SendReq), {AT(SendReq, pTransactionId), AT(SendReq, From), AT(SendReq, pTo),
+     AT(SendReq, pCc), AT(SendReq, pBcc), AT(SendReq, pSubject), AT(SendReq, pContent)},
+     {{AT(SendReq, bPriority), 1}}, {AT(SendReq, bSenderVisible), AT(SendReq, bExpiryRelative),
+     AT(SendReq, bDeliveryTimeRelative)}},
+    {sizeof(tMMS_SendConf), {AT(SendConf, pTransactionId), AT(SendConf, pResponseText),
+     AT(SendConf, pMessageId)}, {{AT(SendConf, bMessageType), 0x81}, {AT(SendConf, bVersion),
+     0x92}}, {}},
+    {sizeof(tMMS_NotificationInd), {AT(NotificationInd, pTransactionId), AT(NotificationInd, From),
+     AT(NotificationInd, pSubject), AT(NotificationInd, pContentLocation)}, {}, {}},
+    {sizeof(tMMS_RetrieveConf), {AT(RetrieveConf, pBody), AT(RetrieveConf, pTransactionId),
+     AT(RetrieveConf, pMessageId), AT(RetrieveConf, From), AT(RetrieveConf, pTo),
+     AT(RetrieveConf, pCc), AT(RetrieveConf, pSubject)}, {}, {}},
+    {sizeof(tMMS_DeliveryInd), {AT(DeliveryInd, pMessageId), AT(DeliveryInd, pTo)}, {}, {}},
+    {sizeof(tMMS_NotifyRespInd), {AT(NotifyRespInd, pTransactionId)},
+     {{AT(NotifyRespInd, bMessageType), 0x83}, {AT(NotifyRespInd, bVersion), 0x92}}, {}},
+    {sizeof(tMMS_AcknowledgeInd), {AT(AcknowledgeInd, pTransactionId)},
+     {{AT(AcknowledgeInd, bMessageType), 0x85}, {AT(AcknowledgeInd, bVersion), 0x92}}, {}},
+    {sizeof(tMMS_ReadRecInd), {AT(ReadRecInd, pMessageId), AT(ReadRecInd, pTo),
+     AT(ReadRecInd, pReserved)}, {}, {}},
+    {sizeof(tMMS_ReadOrigInd), {AT(ReadOrigInd, pMessageId), AT(ReadOrigInd, From),
+     AT(ReadOrigInd, pTo)}, {}, {}},
+    {sizeof(tMMS_ForwardReq), {AT(ForwardReq, pTransactionId), AT(ForwardReq, pTo),
+     AT(ForwardReq, pCc), AT(ForwardReq, pBcc), AT(ForwardReq, pContentLocation)}, {},
+     {AT(ForwardReq, bExpiryRelative), AT(ForwardReq, bDeliveryTimeRelative)}},
+    {sizeof(tMMS_SendConf), {AT(SendConf, pTransactionId), AT(SendConf, pResponseText),
+     AT(SendConf, pMessageId)}, {}, {}},
 };
+// clang-format on
 
 TEST(Records, a_new_record_has_the_defaults_of_its_kind_and_is_freed_whole) {
     const NoLeak check;
@@ -216,8 +252,10 @@ TEST(Records, a_new_record_has_the_defaults_of_its_kind_and_is_freed_whole) {
         auto* record = static_cast<uint8_t*>(fnMMS_AllocMessageMem(++number));
         ASSERT_NE(record, nullptr);
         std::vector<uint8_t> expected(kind.size, 0);
-        for (const auto& [offset, value] : kind.defaults)
+        for (const auto& [offset, value] : kind.octets)
             expected[offset] = value;
+        for (const size_t offset : kind.ones)
+            *reinterpret_cast<uint32_t*>(expected.data() + offset) = 1;
         EXPECT_EQ(std::vector<uint8_t>(record, record + kind.size), expected) << int{number};
         for (const size_t offset : kind.owned)
             *reinterpret_cast<void**>(record + offset) = fnSC_Malloc_Local(1);

@@ -59,7 +59,8 @@ class Decomposition {
         put_text("from", std::string(bare_address(header_string(facts_, "from"))), parse_address);
         std::string subject = header_string(facts_, "subject");
         std::replace_if(
-            subject.begin(), subject.end(), [](char c) { return c >= 0 && c < ' '; }, ' ');
+            subject.begin(), subject.end(),
+            [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
         put_text("subject", subject, parse_line);
         if (!subject_fits(subject)) json_.key("cut_subject").boolean(true);
     }

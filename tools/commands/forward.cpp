@@ -70,7 +70,7 @@ Received receive(const std::string& file) {
 // A received subject may hold what no composed one may.
 std::string one_line(std::string subject) {
     for (char& c : subject) {
-        if ((c >= 0 && c < ' ') || c == '\x7F') c = ' ';
+        if (static_cast<unsigned char>(c) < ' ' || c == '\x7F') c = ' ';
     }
     return subject;
 }

@@ -2,8 +2,8 @@
 // that the message chose goes through visible(); only the line feeds of a slide's text break
 // lines, and those lines are indented deeper than any other.
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <string_view>
 #include <utility>
 
@@ -212,12 +212,15 @@ std::string value_line(const HeaderFact& header) {
 
 std::string iso_date(Date date) {
     constexpr int64_t last_of_four_digits = 253'402'300'799;
-    const std::time_t seconds = std::clamp<int64_t>(date.seconds, 0, last_of_four_digits);
-    std::tm parts{};
-    char buffer[sizeof "9999-12-31T23:59:59Z"] = "";
-    if (gmtime_r(&seconds, &parts) != nullptr) {
-        (void)std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%SZ", &parts);
-    }
+    // Not by time_t, which ends in 2038 where it has 32 bits.
+    const int64_t seconds = std::clamp<int64_t>(date.seconds, 0, last_of_four_digits);
+    const auto clock = static_cast<int>(seconds % 86400);
+    const std::chrono::year_month_day day{
+        std::chrono::sys_days(std::chrono::days(static_cast<int>(seconds / 86400)))};
+    char buffer[64] = "";
+    (void)std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02uT%02d:%02d:%02dZ", int{day.year()},
+                        unsigned{day.month()}, unsigned{day.day()}, clock / 3600, clock / 60 % 60,
+                        clock % 60);
     return buffer;
 }
 

@@ -352,7 +352,8 @@ const char* type_by_name(std::string_view file_name) {
 
 bool is_text(std::string_view data) {
     const auto control = [](char c) {
-        return (c >= 0 && c < ' ' && c != '\t' && c != '\r' && c != '\n') || c == '\x7F';
+        return (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\r' && c != '\n') ||
+               c == '\x7F';
     };
     return !data.empty() && std::none_of(data.begin(), data.end(), control) && is_utf8(data);
 }

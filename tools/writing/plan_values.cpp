@@ -143,7 +143,7 @@ bool is_printable(char c) {
 }
 
 bool is_control(char c) {
-    return (c >= 0 && c < ' ') || c == '\x7F';
+    return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
 }
 
 // A number as it is dialled, with the separators that are written in one (OMA-MMS-ENC 8).

@@ -1,5 +1,6 @@
 // Services that are the same on every file layer: work on open streams, the path buffer, the
 // card-sync callback, timer dispatch, the log position and small helpers. Holds the module's state.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -81,17 +82,17 @@ int32_t fnSCFS_File_Write(const void* data, uint32_t size, uint32_t count, tSCFS
     // QUIRK write_multiplies_count_twice: an item is size * count bytes and `count` of them are
     // written. Callers pass a count of 1, for which this is the plain length.
     const uint64_t item = uint64_t{size} * count;
-    uint64_t total = 0;
+    size_t total = 0;
     if (__builtin_mul_overflow(item, uint64_t{count}, &total)) return -1;
-    const size_t written = std::fwrite(data, item, count, file->stream);
+    const size_t written = std::fwrite(data, static_cast<size_t>(item), count, file->stream);
     return item != 0 && written == 0 ? -1 : static_cast<int32_t>(written);
 }
 
 int32_t fnSCFS_File_Read(void* data, uint32_t size, uint32_t count, tSCFS_File* file) {
     if (data == nullptr || !mmskit::is_open(file)) return -1;
-    const uint64_t wanted = uint64_t{size} * count;
     // More than the result can count is left for the next call.
-    const size_t got = std::fread(data, 1, wanted < INT32_MAX ? wanted : INT32_MAX, file->stream);
+    const uint64_t wanted = std::min<uint64_t>(uint64_t{size} * count, INT32_MAX);
+    const size_t got = std::fread(data, 1, static_cast<size_t>(wanted), file->stream);
     return size != 0 && got == 0 ? -1 : static_cast<int32_t>(got);
 }
 
