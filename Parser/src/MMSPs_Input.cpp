@@ -256,6 +256,7 @@ bool next_tag(Tag& out) {
     return false;
 }
 
+// cppcheck-suppress uninitMemberVar  ; the room is filled as it is counted
 Attributes::Attributes(const Tag& tag) {
     if (tag.rest.size == 0) return;
     AttributeWalk walk{tag.rest.data, tag.rest.end()};

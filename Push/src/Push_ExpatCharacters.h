@@ -65,6 +65,7 @@ inline constexpr Range restricted[] = {
 // Reads characters of a document in one of its encodings, for ever zero at the end.
 class Characters {
   public:
+    // cppcheck-suppress uninitMemberVar  ; the table is filled when a character set is chosen
     Characters(const char* text, const char* end) : at_(text), end_(end) {}
 
     // The upper half of an 8-bit character set that the C library knows under this name.

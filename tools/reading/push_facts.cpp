@@ -69,6 +69,7 @@ class PrivateFolder {
   public:
     PrivateFolder() : before_(open_folder(".")) {
         std::error_code error;
+        // cppcheck-suppress useInitializationList  ; the error is made first
         folder_ = (fs::temp_directory_path(error) / "mmskit-XXXXXX").string();
         bool made = !error && mkdtemp(folder_.data()) != nullptr;
         if (made) there_ = open_folder(folder_.c_str());

@@ -5,6 +5,7 @@
 #include <mmskit/mmskit.h>
 
 #include <cstring>
+#include <utility>
 
 namespace mmskit_tool {
 namespace {
@@ -114,9 +115,10 @@ void collect_view(MessageFacts& facts) {
 std::vector<std::vector<std::string>> view_texts() {
     std::vector<std::vector<std::string>> slides;
     for (const tSMIL_Par* par = tSMIL_ViewStruct.ParList; par != nullptr; par = par->Next) {
-        std::vector<std::string>& texts = slides.emplace_back();
+        std::vector<std::string> texts;
         for (const tSMIL_Text* text = par->Text; text != nullptr; text = text->Next)
             texts.emplace_back(text->Data != nullptr ? text->Data : "");
+        slides.push_back(std::move(texts));
     }
     return slides;
 }

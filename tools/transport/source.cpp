@@ -39,7 +39,7 @@ std::string file_name_of(const std::string& text) {
             ((out += '=') += hex[byte >> 4]) += hex[byte & 15];
         }
     }
-    if (out.size() > longest) out = out.substr(0, longest) + '=' + digest_of(text);
+    if (out.size() > longest) out.replace(longest, std::string::npos, '=' + digest_of(text));
     return out;
 }
 
