@@ -118,7 +118,7 @@ TEST(Cpp, the_newest_view_is_the_one_that_is_there) {
 TEST(Cpp, anatomies_in_several_threads_are_those_of_one) {
     std::vector<std::vector<uint8_t>> inputs;
     for (const char* name : {"postcard", "attachments", "scripts", "no-smil", "single-text"})
-        for (const size_t part : {4, 3, 2}) {
+        for (const size_t part : {4U, 3U, 2U}) {
             inputs.push_back(file("examples/" + std::string(name) + ".mms"));
             inputs.back().resize(inputs.back().size() * part / 4);
         }
