@@ -50,12 +50,11 @@ const std::string hex_pdu = "8C859854 31008D92 9180";
 const std::string push = bytes("01 06 03 BE AF 84") + pdu;
 const std::string user_data = bytes("06 05 04 0B 84 23 F0") + push;
 
-struct InputCase {
+const struct {
     const char* rule;
     std::string input;
     const char* summary;
-};
-const InputCase cases[] = {
+} cases[] = {
     {"pdu", pdu, "m-acknowledge-ind"},
     {"hex_in_words", hex_pdu, "m-acknowledge-ind <hexadecimal"},
     {"hex_as_c_source", "0x8C, 0x85, 0x98, 0x54, 0x31, 0x00, 0x8D, 0x92, 0x91, 0x80",
@@ -118,7 +117,7 @@ const InputCase cases[] = {
 };
 
 TEST(Inputs, are_recognised_and_unwrapped) {
-    for (const InputCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.rule);
         const Owned anatomy = dissected(c.input);
         EXPECT_EQ(summary(*anatomy), c.summary);
@@ -128,7 +127,7 @@ TEST(Inputs, are_recognised_and_unwrapped) {
 
 // Any cut is no crash, covers every byte and stays inside.
 TEST(Inputs, every_cut_is_covered) {
-    for (const InputCase& c : cases) {
+    for (const auto& c : cases) {
         for (std::size_t size = 0; size < c.input.size(); ++size) {
             const std::string input = c.input.substr(0, size);
             const Owned anatomy = dissected(input);

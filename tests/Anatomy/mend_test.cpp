@@ -74,19 +74,17 @@ std::string retrieved(const std::string& headers, const std::string& body) {
     return "\x8C\x84\x98" + text("T1") + "\x8D\x92" + date + from + to + headers + body;
 }
 
-std::string mixed(const std::vector<std::string>& parts) {
-    std::string out = "\x84\xA3" + uintvar(parts.size());
+std::string multipart(const std::string& type, const std::vector<std::string>& parts) {
+    std::string out = "\x84" + type + uintvar(parts.size());
     for (const std::string& p : parts)
         out += p;
     return out;
 }
+std::string mixed(const std::vector<std::string>& parts) {
+    return multipart("\xA3", parts);
+}
 std::string related(const std::vector<std::string>& parts) {
-    std::string out = "\x84" +
-                      sized("\xB3\x89" + text("application/smil") + "\x8A" + text("<smil>")) +
-                      uintvar(parts.size());
-    for (const std::string& p : parts)
-        out += p;
-    return out;
+    return multipart(sized("\xB3\x89" + text("application/smil") + "\x8A" + text("<smil>")), parts);
 }
 
 std::string picture(std::string_view name, std::string_view data, const std::string& headers = {}) {
@@ -235,6 +233,11 @@ const BodyCase body_cases[] = {
      "SEA|Hi + CARD"},
     {"count_too_small", std::string("\x84\xA3\x01") + words("a.txt", "one") + words("b.txt", "two"),
      "|one, |two"},
+    {"the_presentation_that_start_names",
+     related({presentation(slide("a.jpg")), picture("a.jpg", "A"), picture("b.jpg", "B"),
+              part(sized(text("application/smil") + "\x81\xEA") + content_id("other"),
+                   "<smil><body>" + slide("b.jpg") + "</body></smil>")}),
+     "A + B"},
     {"unnamed_parts_are_attached", mixed({part("\x9E", "SEA"), words("a.txt", "Hi")}), "|Hi + SEA",
      false},
 };
@@ -249,17 +252,6 @@ TEST(Mend, bodies) {
         EXPECT_EQ(m.notes(MMS_FLAW_LOST), c.lost);
         expect_stable(m);
     }
-}
-
-TEST(Mend, the_presentation_that_start_names_is_the_one) {
-    const std::string other =
-        part(sized(text("application/smil") + "\x81\xEA") + content_id("other"),
-             "<smil><body>" + slide("b.jpg") + "</body></smil>");
-    const Mending m(retrieved("", related({presentation(slide("a.jpg")), picture("a.jpg", "A"),
-                                           picture("b.jpg", "B"), other})));
-    EXPECT_EQ(seen(m), "A + B");
-    EXPECT_EQ(m.notes(MMS_FLAW_LOST), "");
-    expect_stable(m);
 }
 
 TEST(Mend, original_names_and_places_of_the_parts_are_told) {
@@ -278,46 +270,41 @@ std::string encoded(uint8_t charset, const std::string& value) {
     return sized(std::string(1, static_cast<char>(charset)) + value + nul);
 }
 
-struct HeaderCase {
-    const char* name;
-    std::string headers;  // added to a retrieved message
-    const char* from;
-    const char* to;
-    const char* subject;
-    bool changed = true;
-};
-const HeaderCase header_cases[] = {
-    {"plain", header(0x96, encoded(0xEA, "Hi")), "+15550100001", "+15550100002", "Hi", false},
-    {"later_version", "\xBB\x80\xB2\x81" + header(0x96, text("Hi")), "+15550100001", "+15550100002",
-     "Hi"},
-    {"textual", text("X-Foo") + "\x80" + header(0x96, text("Hi")), "+15550100001", "+15550100002",
-     "Hi"},
-    {"subject_in_latin_1", header(0x96, encoded(0x84, "gr\xFC\xDF")), "+15550100001",
-     "+15550100002", "gr\xC3\xBC\xC3\x9F"},
-    {"subject_in_words", header(0x96, text("=?utf-8?B?R3LDvMOfZQ==?=")), "+15550100001",
-     "+15550100002",
-     "Gr\xC3\xBC\xC3\x9F"
-     "e"},
-    {"encoded_recipient", header(0x97, encoded(0xEA, "+15550100003/TYPE=PLMN")), "+15550100001",
-     "+15550100002;+15550100003", nullptr},
-    {"encoded_sender", header(0x89, sized("\x80" + encoded(0x84, "Zo\xEB <zoe@mail.example>"))),
-     "Zo\xC3\xAB <zoe@mail.example>", "+15550100002", nullptr},
-};
+// What the exact decoder reads: "transaction id|sender|recipients|subject".
+std::string read_back(const Mending& m) {
+    const std::string bytes = m.bytes();
+    tMMS_RetrieveConf* read = fnMMS_ParseRetrieveConf(
+        reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<int32_t>(bytes.size()));
+    if (read == nullptr) return "null";
+    std::string out;
+    for (const char* value : {read->pTransactionId, read->From, read->pTo, read->pSubject})
+        out += (out.empty() ? "" : "|") + testing_support::text(value);
+    fnMMS_FreeMessageMem(read, 4);
+    return out;
+}
 
 TEST(Mend, headers_of_a_retrieved_message) {
-    for (const HeaderCase& c : header_cases) {
+    const std::string people = "T1|+15550100001|+15550100002";
+    const struct {
+        const char* name;
+        std::string headers, read;
+        bool changed = true;
+    } cases[] = {
+        {"plain", header(0x96, encoded(0xEA, "Hi")), people + "|Hi", false},
+        {"later_version", "\xBB\x80\xB2\x81" + header(0x96, text("Hi")), people + "|Hi"},
+        {"textual", text("X-Foo") + "\x80" + header(0x96, text("Hi")), people + "|Hi"},
+        {"subject_in_latin_1", header(0x96, encoded(0x84, "gr\xFC\xDF")), people + "|grüß"},
+        {"subject_in_words", header(0x96, text("=?utf-8?B?R3LDvMOfZQ==?=")), people + "|Grüße"},
+        {"encoded_recipient", header(0x97, encoded(0xEA, "+15550100003/TYPE=PLMN")),
+         people + ";+15550100003|(null)"},
+        {"encoded_sender", header(0x89, sized("\x80" + encoded(0x84, "Zo\xEB <zoe@mail.example>"))),
+         "T1|Zoë <zoe@mail.example>|+15550100002|(null)"},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const Mending m(retrieved(c.headers, mixed({words("a.txt", "Hi")})));
-        const std::string bytes = m.bytes();
-        tMMS_RetrieveConf* read = fnMMS_ParseRetrieveConf(
-            reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<int32_t>(bytes.size()));
-        ASSERT_NE(read, nullptr) << hex(bytes);
-        EXPECT_STREQ(read->From, c.from);
-        EXPECT_STREQ(read->pTo, c.to);
-        EXPECT_STREQ(read->pSubject, c.subject);
-        EXPECT_STREQ(read->pTransactionId, "T1");
+        EXPECT_EQ(read_back(m), c.read);
         EXPECT_EQ(m.mended->bChanged != 0, c.changed);
-        fnMMS_FreeMessageMem(read, 4);
         expect_stable(m);
     }
 }
@@ -326,18 +313,9 @@ TEST(Mend, headers_of_a_retrieved_message) {
 TEST(Mend, a_subject_of_any_length_is_read_back_whole) {
     for (const size_t size : {1U,  27U,  28U,  29U,  30U,  31U,  60U,  61U,   62U,   63U,
                               64U, 125U, 126U, 127U, 128U, 190U, 500U, 8190U, 8191U, 20'000U}) {
-        const std::string latin_1(size, '\xE9');
-        std::string expected;
-        for (size_t i = 0; i < size; ++i)
-            expected += "\xC3\xA9";
-        const Mending m(
-            retrieved(header(0x96, encoded(0x84, latin_1)), mixed({words("a.txt", "Hi")})));
-        const std::string bytes = m.bytes();
-        tMMS_RetrieveConf* read = fnMMS_ParseRetrieveConf(
-            reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<int32_t>(bytes.size()));
-        ASSERT_NE(read, nullptr);
-        EXPECT_EQ(testing_support::text(read->pSubject), expected) << size;
-        fnMMS_FreeMessageMem(read, 4);
+        const Mending m(retrieved(header(0x96, encoded(0x84, std::string(size, '\xE9'))),
+                                  mixed({words("a.txt", "Hi")})));
+        EXPECT_TRUE(read_back(m).ends_with("|" + repeated("é", size))) << size;
         expect_stable(m);
     }
 }

@@ -2,13 +2,14 @@
 // from that list, read by the exact library's rules.
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 
 #include "Anatomy/src/smil.h"
 #include "Anatomy/src/view.h"
+#include "tests/support/bytes.h"
 
 using namespace mmskit_anatomy;
+using testing_support::rows_made;
 
 namespace {
 
@@ -240,52 +241,28 @@ TEST(Smil, every_form_is_read_as_meant_and_written_as_the_exact_reader_reads_it)
 }
 
 TEST(Smil, clock_values) {
-    const std::map<std::string, int32_t> clocks = {{"5s", 5000},
-                                                   {"5", 5000},
-                                                   {"2.5s", 2500},
-                                                   {"300ms", 300},
-                                                   {"300 MS", 300},
-                                                   {"1min", 60'000},
-                                                   {"0.5min", 30'000},
-                                                   {"1h", 3'600'000},
-                                                   {"0:05", 5000},
-                                                   {"02:30", 150'000},
-                                                   {"00:00:05.5", 5500},
-                                                   {"1:02:03.250", 3'723'250},
-                                                   {"10sec", 10'000},
-                                                   {" 4s ", 4000},
-                                                   {"+4s", 4000},
-                                                   {"-4s", -4000},
-                                                   {"indefinite", 0},
-                                                   {"media", 0},
-                                                   {"a.end+2s", 0},
-                                                   {"", 0},
-                                                   {".5s", 500},
-                                                   {"3s; 5s", 3000},
-                                                   {"99999999999h", INT32_MAX},
-                                                   {"99999999999:99:99", INT32_MAX}};
-    for (const auto& [text, ms] : clocks)
-        EXPECT_EQ(clock_value(text), ms) << text;
+    const std::string rows =
+        "5s>5000 5>5000 2.5s>2500 300ms>300 1min>60000 0.5min>30000 1h>3600000 0:05>5000 "
+        "02:30>150000 00:00:05.5>5500 1:02:03.250>3723250 10sec>10000 +4s>4000 -4s>-4000 "
+        "indefinite>0 media>0 a.end+2s>0 >0 .5s>500 99999999999h>2147483647 "
+        "99999999999:99:99>2147483647 ";
+    EXPECT_EQ(rows_made(rows, [](const char* s) { return std::to_string(clock_value(s)); }), rows);
+    EXPECT_EQ(clock_value("300 MS"), 300);
+    EXPECT_EQ(clock_value(" 4s "), 4000);
+    EXPECT_EQ(clock_value("3s; 5s"), 3000);
 }
 
 TEST(Smil, colours) {
-    const std::map<std::string, std::string> rows = {{"#ff8000", "#ff8000"},
-                                                     {"#FF8000", "#ff8000"},
-                                                     {"#f80", "#ff8800"},
-                                                     {"#ffff", "#00ffff"},
-                                                     {"red", "RED"},
-                                                     {"White", "WHITE"},
-                                                     {"nonsense", "WHITE"},
-                                                     {"transparent", "none"},
-                                                     {"rgb(1,2,3)", "#010203"},
-                                                     {"rgb(100%, 0%, 0%)", "#ff0000"},
-                                                     {"80ff00", "#80ff00"},
-                                                     {"", "none"}};
-    for (const auto& [text, expected] : rows) {
+    const std::string rows =
+        "#ff8000>#ff8000 #FF8000>#ff8000 #f80>#ff8800 #ffff>#00ffff red>RED White>WHITE "
+        "nonsense>WHITE transparent>none rgb(1,2,3)>#010203 80ff00>#80ff00 >none ";
+    const auto shown = [](const char* text) {
         const Colour colour = colour_value(text);
-        EXPECT_EQ(colour ? colour_text(*colour) : "none", expected) << text;
         EXPECT_EQ(exact_colour(colour_text(colour.value_or(0))), colour.value_or(0)) << text;
-    }
+        return colour ? colour_text(*colour) : "none";
+    };
+    EXPECT_EQ(rows_made(rows, shown), rows);
+    EXPECT_EQ(shown("rgb(100%, 0%, 0%)"), "#ff0000");
 }
 
 // Shapes that would cost the square of their length if anything were searched twice.

@@ -1,12 +1,14 @@
 // The composer's fixed outcomes: its records' layout, the presentation byte for byte, the parts of
-// a message, received messages that are edited, memory running out and calls out of order. That
-// the editing calls do what they should in any sequence is the random walk's to show.
+// a message, received messages that are edited, memory running out and calls out of order; and the
+// editing calls, each with its result and what the getters then say. Calls in any sequence are run
+// by fuzz/composing.cpp.
 #include <mmskit/presentation.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "Composer/src/composer_internal.h"
 #include "scshare/common/src/owned.h"
@@ -64,6 +66,162 @@ TEST_F(Composer, presentation_is_written_byte_for_byte) {
         "<par dur=\"120000ms\">\r\n<video src=\"v.3gp\" region=\"Image\" begin=\"120000ms\" "
         "end=\"120000ms\" />\r\n</par>\r\n</body>\r\n</smil>");
     EXPECT_EQ(tCPS_SlideStruct[1].iVideoEnd, 200000);
+}
+
+// What stands at the cursor and in the message, as the getters say it: "slide/slides duration
+// #background #text-colour image text audio video +attachment total/estimate".
+std::string state() {
+    std::string out = print("%d/%d %d", fnCPS_GetCurSlideIndex(), fnCPS_GetTotalSlides(),
+                            fnCPS_GetCurSlideDuration());
+    const auto show = [&out](int32_t result, uint32_t exists, const char* sign, const auto& m) {
+        EXPECT_EQ(exists, result == CPS_OK ? 1U : 0U);
+        if (result != CPS_OK) return;
+        out += std::string(" ") + sign;
+        if constexpr (requires { m.pText; }) {
+            out += m.pText + std::string(":") + std::to_string(m.iLength);
+        } else {
+            out += string_of(m.pData, m.iSize) + ":" + m.pType + ":" + m.pName;
+        }
+        out += print("[%d-%d]", m.iBegin, m.iEnd);
+        if constexpr (requires { m.aiLayout; })
+            for (const int32_t n : m.aiLayout)
+                out += print("%d", n);
+    };
+    uint32_t rgb = 0;
+    EXPECT_EQ(fnCPS_CurBgColorExist(), fnCPS_GetCurBgColor(&rgb));
+    if (fnCPS_GetCurBgColor(&rgb) != 0) out += print(" #%X", rgb);
+    EXPECT_EQ(fnCPS_CurForeColorExist(), fnCPS_GetCurForeColor(&rgb));
+    if (fnCPS_GetCurForeColor(&rgb) != 0) out += print(" #%X", rgb);
+    CPSMediaInfo picture = {}, film = {};
+    CPSTextInfo letters = {};
+    CPSAudioInfo sound = {};
+    show(fnCPS_GetCurImage(&picture), fnCPS_CurImageExist(), "i ", picture);
+    show(fnCPS_GetCurText(&letters), fnCPS_CurTextExist(), "t ", letters);
+    show(fnCPS_GetCurAudio(&sound), fnCPS_CurAudioExist(), "a ", sound);
+    show(fnCPS_GetCurVideo(&film), fnCPS_CurVideoExist(), "v ", film);
+    for (int32_t i = 0; i < fnCPS_GetTotalAttachments(); ++i) {
+        CPSAttachmentInfo info = {};
+        EXPECT_EQ(fnCPS_GetAttachment(&info, i), CPS_OK);
+        EXPECT_EQ(fnCPS_GetAttachmentName(i), text(info.pName));
+        out += " +" + string_of(info.pData, info.iSize) + ":" + info.pType + ":" + info.pName;
+    }
+    return out + print(" %u/%d", fnCPS_GetTotalSize(), fnCPS_GetAllSize());
+}
+
+template <Kind kind>
+int32_t put(Medium m) {
+    return add(kind, std::move(m));
+}
+template <auto function, int32_t... arguments>
+int32_t call(Medium) {
+    return function(arguments...);
+}
+
+// A call that lacks memory for any of its allocations changes nothing.
+TEST_F(Composer, editing_calls_do_what_the_getters_say) {
+    const std::string i = " i I1:image/jpeg:i[1-9]1234", t = " t \xC3\xA4:5[3-8]5678",
+                      a = " a A1:audio/amr:a[2-7]", v = " v V1:video/3gpp:v[6-7]1234",
+                      x = " +X:x/y:m", y = " +YY:text/plain:n";
+    const Medium other{"O", "image/jpeg", "o"};
+    const struct {
+        int32_t (*call)(Medium);
+        Medium medium;
+        int32_t result;
+        std::string after = "";  // when it is not as before
+    } rows[] = {
+        {call<fnCPS_DeleteCurImage>, {}, CPS_NO_MEDIUM, "0/1 12000 #10 #0 0/512"},
+        {put<image>,
+         {"I1", "image/jpeg", "i", 1, 9, 2, {1, 2, 3, 4}},
+         CPS_OK,
+         "0/1 12000 #10 #0" + i + " 2/514"},
+        {put<image>, other, CPS_MEDIUM_PRESENT},
+        {put<video>, other, CPS_SLIDE_HAS_IMAGE_OR_AUDIO},
+        {put<words>,
+         {"\xC3\xA4", "", "", 3, 8, 5, {5, 6, 7, 8}},
+         CPS_OK,
+         "0/1 12000 #10 #0" + i + t + " 7/514"},
+        {put<words>, other, CPS_MEDIUM_PRESENT},
+        {put<audio>,
+         {"A1", "audio/amr", "a", 2, 7},
+         CPS_OK,
+         "0/1 12000 #10 #0" + i + t + a + " 9/516"},
+        {put<audio>, other, CPS_MEDIUM_PRESENT},
+        {call<fnCPS_SetCurSlideDuration, 0>, {}, CPS_BAD_ARGUMENT},
+        {call<fnCPS_SetCurSlideDuration, 8>, {}, CPS_OK, "0/1 8 #10 #0" + i + t + a + " 9/516"},
+        {call<fnCPS_GoNextSlide>, {}, CPS_LAST_SLIDE},
+        {call<fnCPS_AddSlide>, {}, CPS_OK, "1/2 12000 9/1028"},
+        {put<video>,
+         {"V1", "video/3gpp", "v", 6, 7, 2, {1, 2, 3, 4}},
+         CPS_OK,
+         "1/2 12000" + v + " 11/1030"},
+        {put<video>, other, CPS_MEDIUM_PRESENT},
+        {put<image>, other, CPS_SLIDE_HAS_VIDEO},
+        {put<audio>, other, CPS_SLIDE_HAS_VIDEO},
+        {call<fnCPS_GoPreSlide>, {}, CPS_OK, "0/2 8 #10 #0" + i + t + a + " 11/1030"},
+        {call<fnCPS_GoPreSlide>, {}, CPS_FIRST_SLIDE},
+        {call<fnCPS_AddSlide>, {}, CPS_OK, "1/3 12000 11/1542"},
+        {attach, {"X", "x/y", "m"}, CPS_OK, "1/3 12000" + x + " 12/1543"},
+        {attach, {"YY", "text/plain", "n"}, CPS_OK, "1/3 12000" + x + y + " 14/1545"},
+        {call<fnCPS_DeleteAttachment, -1>, {}, CPS_BAD_INDEX},
+        {call<fnCPS_DeleteAttachment, 2>, {}, CPS_BAD_INDEX},
+        {call<fnCPS_DeleteAttachment, 0>, {}, CPS_OK, "1/3 12000" + y + " 13/1544"},
+        {call<fnCPS_DeleteCurSlide>, {}, CPS_OK, "1/2 12000" + v + y + " 13/1032"},
+        {call<fnCPS_DeleteCurVideo>, {}, CPS_OK, "1/2 12000" + y + " 11/1030"},
+        {call<fnCPS_DeleteCurVideo>, {}, CPS_NO_MEDIUM},
+        {call<fnCPS_DeleteCurSlide>, {}, CPS_OK, "0/1 8 #10 #0" + i + t + a + y + " 11/518"},
+        {call<fnCPS_DeleteCurImage>, {}, CPS_OK, "0/1 8 #10 #0" + t + a + y + " 9/516"},
+        {call<fnCPS_DeleteCurText>, {}, CPS_OK, "0/1 8 #10 #0" + a + y + " 4/516"},
+        {call<fnCPS_DeleteCurText>, {}, CPS_NO_MEDIUM},
+        {call<fnCPS_DeleteCurAudio>, {}, CPS_OK, "0/1 8 #10 #0" + y + " 2/514"},
+        {call<fnCPS_DeleteCurAudio>, {}, CPS_NO_MEDIUM},
+    };
+    fnCPS_SetCurBgColor(0x10);
+    fnCPS_SetCurForeColor(0);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << "row " << &row - rows);
+        const std::string before = state();
+        int32_t result = CPS_NO_MEMORY;
+        for (uint64_t n = 1; result == CPS_NO_MEMORY; ++n) {
+            EXPECT_EQ(state(), before);
+            mmskit::fail_allocation(n, true);
+            result = row.call(row.medium);
+            mmskit::fail_allocation(0, false);
+        }
+        EXPECT_EQ(result, row.result);
+        EXPECT_EQ(state(), row.after.empty() ? before : row.after);
+    }
+    fnCPS_Empty();
+    EXPECT_EQ(state(), "0/1 12000 #10 #0 0/512");
+    for (int n = 1; n < CPS_MAX_SLIDES; ++n)
+        EXPECT_EQ(fnCPS_AddSlide(), CPS_OK);
+    EXPECT_EQ(fnCPS_AddSlide(), CPS_LIMIT_REACHED);
+}
+
+// Times are corrected; geometry, room behind a text, a text colour without text, and slides that
+// show nothing are lost.
+TEST_F(Composer, a_written_message_is_reedited_as_a_receiver_sees_it) {
+    add(image, {"I1", "image/jpeg", "i", 1, 9, 2, {1, 2, 3, 4}});
+    add(words, {"\xC3\xA4", "", "", 0, 5000, 5, {5, 6, 7, 8}});
+    add(audio, {"A1", "audio/amr", "a", 12, 17});
+    fnCPS_SetCurSlideDuration(8);
+    fnCPS_SetCurBgColor(0x10);
+    fnCPS_SetCurForeColor(0);
+    fnCPS_AddSlide();
+    fnCPS_AddSlide();
+    add(video, {"V1", "video/3gpp", "v", 6, 300000});
+    fnCPS_SetCurSlideDuration(200000);
+    fnCPS_SetCurForeColor(5);
+    attach({"X", "x/y", "m"});
+    for (const bool again : {false, true}) {
+        const std::string body = written();
+        ASSERT_EQ(reedit(body), CPS_OK);
+        EXPECT_EQ(state(),
+                  "0/2 8 #10 #0 i I1:image/jpeg:i[1-8]0000 t \xC3\xA4:2[0-5000]0000"
+                  " a A1:audio/amr:a[0-8] +X:x/y:m 9/1031");
+        EXPECT_EQ(fnCPS_GoNextSlide(), CPS_OK);
+        EXPECT_EQ(state(), "1/2 120000 v V1:video/3gpp:v[6-120000]0000 +X:x/y:m 9/1031");
+        EXPECT_EQ(written() == body, again);
+    }
 }
 
 TEST_F(Composer, text_corrects_image_timing) {
