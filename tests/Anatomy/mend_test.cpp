@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -128,15 +129,6 @@ std::string seen(const Mending& m) {
     return out;
 }
 
-std::string originals(const Mending& m) {
-    std::string out;
-    for (uint32_t i = 0; i < m.mended->iParts; ++i) {
-        const tMMS_MendedPart& p = m.mended->pParts[i];
-        out += (out.empty() ? "" : " ") + std::string(p.pOriginal != nullptr ? p.pOriginal : "-");
-    }
-    return out;
-}
-
 std::string slide(std::string_view picture_source, std::string_view words_source = {}) {
     std::string out = "<par dur=\"5s\"><img src=\"" + std::string(picture_source) + "\"/>";
     if (!words_source.empty()) out += "<text src=\"" + std::string(words_source) + "\"/>";
@@ -159,66 +151,52 @@ struct BodyCase {
     std::string lost = {};
 };
 
+const std::string one = picture("1.jpg", "ONE"), two = picture("2.jpg", "TWO");
+const std::string sea = picture("a.jpg", "SEA"), hi = words("a.txt", "Hi");
+
+// Parts behind a presentation of these slides.
+std::string shown(std::string_view slides, std::vector<std::string> parts) {
+    parts.insert(parts.begin(), presentation(slides));
+    return related(parts);
+}
+
 const BodyCase body_cases[] = {
-    {"whole_and_right",
-     related(
-         {presentation(slide("a.jpg", "a.txt")), picture("a.jpg", "SEA"), words("a.txt", "Hi")}),
-     "SEA|Hi", false},
-    {"digits_in_the_order_of_the_parts",
-     related({presentation(slide("1.jpg") + slide("2.jpg")), picture("1.jpg", "ONE"),
-              picture("2.jpg", "TWO")}),
+    {"whole_and_right", shown(slide("a.jpg", "a.txt"), {sea, hi}), "SEA|Hi", false},
+    {"digits_in_the_order_of_the_parts", shown(slide("1.jpg") + slide("2.jpg"), {one, two}),
      "ONE, TWO", false},
-    {"digits_in_another_order",
-     related({presentation(slide("2.jpg") + slide("1.jpg")), picture("1.jpg", "ONE"),
-              picture("2.jpg", "TWO")}),
-     "TWO, ONE"},
-    {"digits_of_one_that_is_not_shown",
-     related({presentation(slide("2.jpg")), picture("1.jpg", "ONE"), picture("2.jpg", "TWO")}),
-     "TWO + ONE"},
+    {"digits_in_another_order", shown(slide("2.jpg") + slide("1.jpg"), {one, two}), "TWO, ONE"},
+    {"digits_of_one_that_is_not_shown", shown(slide("2.jpg"), {one, two}), "TWO + ONE"},
     {"one_picture_on_several_slides",
-     related({presentation(slide("1.jpg") + slide("1.jpg") + slide("2.jpg")),
-              picture("1.jpg", "ONE"), picture("2.jpg", "TWO")}),
-     "ONE, ONE, TWO"},
+     shown(slide("1.jpg") + slide("1.jpg") + slide("2.jpg"), {one, two}), "ONE, ONE, TWO"},
     {"other_script",
-     related({presentation(slide("река.jpg") + slide("мост.jpg")), picture("мост.jpg", "BRIDGE"),
-              picture("река.jpg", "RIVER")}),
+     shown(slide("река.jpg") + slide("мост.jpg"),
+           {picture("мост.jpg", "BRIDGE"), picture("река.jpg", "RIVER")}),
      "RIVER, BRIDGE"},
     {"names_that_a_value_cannot_carry",
-     related({presentation(slide("a&amp;b.jpg") + slide("c&quot;d.jpg")), picture("a&b.jpg", "AB"),
-              picture("c\"d.jpg", "CD")}),
+     shown(slide("a&amp;b.jpg") + slide("c&quot;d.jpg"),
+           {picture("a&b.jpg", "AB"), picture("c\"d.jpg", "CD")}),
      "AB, CD"},
     {"new_names_stay_clear_of_old_ones",
-     related({presentation(slide("2.jpg") + slide("parta.jpg")), picture("parta.jpg", "P"),
-              picture("1.jpg", "ONE"), picture("2.jpg", "TWO")}),
+     shown(slide("2.jpg") + slide("parta.jpg"), {picture("parta.jpg", "P"), one, two}),
      "TWO, P + ONE"},
     {"one_name_for_two_parts",
-     related({presentation(slide("a.jpg") + slide("a.jpg")), picture("a.jpg", "ONE"),
-              picture("a.jpg", "TWO")}),
+     shown(slide("a.jpg") + slide("a.jpg"), {picture("a.jpg", "ONE"), picture("a.jpg", "TWO")}),
      "ONE, TWO", false},
     {"content_id_before_the_same_names",
-     related({presentation(slide("cid:two") + slide("CID:one")),
-              picture("", "ONE", location("a.jpg") + content_id("one")),
-              picture("", "TWO", location("a.jpg") + content_id("two"))}),
+     shown(slide("cid:two") + slide("CID:one"),
+           {picture("", "ONE", location("a.jpg") + content_id("one")),
+            picture("", "TWO", location("a.jpg") + content_id("two"))}),
      "TWO, ONE", false},
-    {"only_the_end_of_the_name",
-     related({presentation(slide("media/A.JPG")), picture("a.jpg", "SEA")}), "SEA"},
-    {"percent_encoding",
-     related({presentation(slide("my%20sea.jpg")), picture("my sea.jpg", "SEA")}), "SEA"},
-    {"no_part_of_that_name",
-     related({presentation(slide("1.jpg") + slide("gone.jpg")), picture("2.jpg", "TWO"),
-              picture("1.jpg", "ONE")}),
-     "ONE + TWO", true, "gone.jpg: no part has this name\n"},
-    {"a_picture_is_no_text",
-     related(
-         {presentation("<par dur=\"5s\"><text src=\"a.jpg\"/></par>"), picture("a.jpg", "SEA")}),
-     "SEA"},
+    {"only_the_end_of_the_name", shown(slide("media/A.JPG"), {sea}), "SEA"},
+    {"percent_encoding", shown(slide("my%20sea.jpg"), {picture("my sea.jpg", "SEA")}), "SEA"},
+    {"no_part_of_that_name", shown(slide("1.jpg") + slide("gone.jpg"), {two, one}), "ONE + TWO",
+     true, "gone.jpg: no part has this name\n"},
+    {"a_picture_is_no_text", shown("<par dur=\"5s\"><text src=\"a.jpg\"/></par>", {sea}), "SEA"},
     {"a_ref_is_what_its_part_is",
-     related({presentation("<par dur=\"5s\"><ref src=\"a.jpg\"/><ref src=\"a.txt\"/></par>"),
-              picture("a.jpg", "SEA"), words("a.txt", "Hi")}),
-     "SEA|Hi"},
+     shown("<par dur=\"5s\"><ref src=\"a.jpg\"/><ref src=\"a.txt\"/></par>", {sea, hi}), "SEA|Hi"},
     {"the_texts_of_a_presentation_have_made_up_names",
-     related({presentation("<par dur=\"5s\"><text src=\"MMS_Text000.txt\"/></par>"),
-              part("\x03\x83\x81\xEA", "Hi")}),
+     shown("<par dur=\"5s\"><text src=\"MMS_Text000.txt\"/></par>",
+           {part("\x03\x83\x81\xEA", "Hi")}),
      "|Hi", false},
     {"texts_without_a_presentation_are_not_taken_for_others",
      mixed({picture("1", "ONE"), words("2", "two"), words("3", "three")}), "|two, |three + ONE"},
@@ -227,19 +205,17 @@ const BodyCase body_cases[] = {
     {"type_in_capitals",
      mixed({part(sized(text("TEXT/Plain") + "\x81\xEA") + location("a.txt"), "Hi")}), "|Hi"},
     {"nested",
-     mixed({part("\xB3", uintvar(3) + presentation(slide("a.jpg", "a.txt")) +
-                             picture("a.jpg", "SEA") + words("a.txt", "Hi")),
+     mixed({part("\xB3", uintvar(3) + presentation(slide("a.jpg", "a.txt")) + sea + hi),
             part("\x87" + location("me.vcf"), "CARD")}),
      "SEA|Hi + CARD"},
     {"count_too_small", std::string("\x84\xA3\x01") + words("a.txt", "one") + words("b.txt", "two"),
      "|one, |two"},
     {"the_presentation_that_start_names",
-     related({presentation(slide("a.jpg")), picture("a.jpg", "A"), picture("b.jpg", "B"),
-              part(sized(text("application/smil") + "\x81\xEA") + content_id("other"),
-                   "<smil><body>" + slide("b.jpg") + "</body></smil>")}),
+     shown(slide("a.jpg"), {picture("a.jpg", "A"), picture("b.jpg", "B"),
+                            part(sized(text("application/smil") + "\x81\xEA") + content_id("other"),
+                                 "<smil><body>" + slide("b.jpg") + "</body></smil>")}),
      "A + B"},
-    {"unnamed_parts_are_attached", mixed({part("\x9E", "SEA"), words("a.txt", "Hi")}), "|Hi + SEA",
-     false},
+    {"unnamed_parts_are_attached", mixed({part("\x9E", "SEA"), hi}), "|Hi + SEA", false},
 };
 
 TEST(Mend, bodies) {
@@ -255,13 +231,13 @@ TEST(Mend, bodies) {
 }
 
 TEST(Mend, original_names_and_places_of_the_parts_are_told) {
-    const Mending m(retrieved("", related({presentation(slide("2.jpg") + slide("1.jpg")),
-                                           picture("1.jpg", "ONE"), picture("2.jpg", "TWO")})));
-    EXPECT_EQ(originals(m), "smil 1.jpg 2.jpg");
-    const std::string bytes = m.bytes();
+    const Mending m(retrieved("", shown(slide("2.jpg") + slide("1.jpg"), {one, two})));
     ASSERT_EQ(m.mended->iParts, 3U);
-    EXPECT_EQ(bytes.substr(m.mended->pParts[1].iOffset, m.mended->pParts[1].iLength), "ONE");
-    EXPECT_EQ(bytes.substr(m.mended->pParts[2].iOffset, m.mended->pParts[2].iLength), "TWO");
+    std::string parts;
+    for (const tMMS_MendedPart& p : std::span(m.mended->pParts, 3))
+        parts += testing_support::text(p.pOriginal) + "=" +
+                 m.bytes().substr(p.iOffset, p.iLength).substr(0, 5) + " ";
+    EXPECT_EQ(parts, "smil=<smil 1.jpg=ONE 2.jpg=TWO ");
     EXPECT_STRNE(m.mended->pParts[1].pName, "1.jpg");
     EXPECT_EQ(static_cast<uint8_t>(m.body()[0]), 0x84);
 }

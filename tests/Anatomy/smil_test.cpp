@@ -103,6 +103,10 @@ std::string slide(const std::string& media, const std::string& attributes = "dur
     return "<par " + attributes + ">" + media + "</par>";
 }
 
+std::string shown(const std::string& media, const std::string& attributes = "dur=\"5s\"") {
+    return document(slide(media, attributes));
+}
+
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
     for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
         text.replace(at, from.size(), to);
@@ -131,8 +135,8 @@ const Case cases[] = {
     {"greater_in_a_value", document(replaced(par, "<img ", "<img alt=\"a > b\" ")), one},
     {"empty_par_in_one_word", document("<par/>" + par + "<par/>"), one, true},
     {"comment", document("<!-- " + slide(refs, "dur=\"9s\"") + " -->" + par), one, true},
-    {"comment_in_a_slide", document(slide("<!-- a > b -->" + refs + "<!-- <text src=\"x\"/> -->")),
-     one, true},
+    {"comment_in_a_slide", shown("<!-- a > b -->" + refs + "<!-- <text src=\"x\"/> -->"), one,
+     true},
     {"comment_without_end", document("<!-- " + par), one},
     {"cdata", document("<![CDATA[ <par dur=\"9s\"><img src=\"x\"/></par> ]]>" + par), one, true},
     {"instruction", "<?xml version=\"1.0\"?><?x > ?>" + document(par), one, true},
@@ -155,38 +159,34 @@ const Case cases[] = {
      document("<par dur=\"9s\">" + slide("<text src=\"b\"/>", "dur=\"2s\"") + "</par>"),
      "2000: text b"},
     {"text_not_closed",
-     document(
-         slide("<text src=\"note.txt\" region=\"Text\"><img src=\"sun.jpg\" region=\"Image\"/>")),
+     shown("<text src=\"note.txt\" region=\"Text\"><img src=\"sun.jpg\" region=\"Image\"/>"),
      "5000: text note.txt@0,90,160,30 image sun.jpg@0,0,160,90"},
     {"seq_switch_and_anchor_around_slides",
      document("<seq><switch><a href=\"http://mail.example/\">" + par + "</a></switch></seq>"), one,
      true},
     {"media_outside_a_slide", document("<img src=\"a\" dur=\"3s\"/><text src=\"b\"/>"),
      "3000: image a | 0: text b"},
-    {"ref", document(slide("<ref src=\"a\"/>")), "5000: ref a"},
-    {"several_sources", document(slide("<img src=\"a\" src=\"b\"/>")), "5000: image a,b"},
-    {"slash_in_a_bare_value", document(slide("<img src=a/b.jpg/>")), "5000: image a/b.jpg"},
-    {"quote_not_closed", document(slide("<img src=\"a/><text src=\"b\"/>")),
-     "5000: image a text b"},
-    {"unknown_entity_stays", document(slide("<img src=\"a&uuml;b&c\"/>")), "5000: image a&uuml;b&c",
-     true},
-    {"numeric_entities", document(slide("<img src=\"&#x65E5;&#106;&amp;&#0;\"/>")),
+    {"ref", shown("<ref src=\"a\"/>"), "5000: ref a"},
+    {"several_sources", shown("<img src=\"a\" src=\"b\"/>"), "5000: image a,b"},
+    {"slash_in_a_bare_value", shown("<img src=a/b.jpg/>"), "5000: image a/b.jpg"},
+    {"quote_not_closed", shown("<img src=\"a/><text src=\"b\"/>"), "5000: image a text b"},
+    {"unknown_entity_stays", shown("<img src=\"a&uuml;b&c\"/>"), "5000: image a&uuml;b&c", true},
+    {"numeric_entities", shown("<img src=\"&#x65E5;&#106;&amp;&#0;\"/>"),
      "5000: image \xE6\x97\xA5j&&#0;"},
     {"text_colour",
-     document(slide("<text src=\"b\"><param name=\"foreground-color\" value=\"#ff0000\"/></text>")),
+     shown("<text src=\"b\"><param name=\"foreground-color\" value=\"#ff0000\"/></text>"),
      "5000: fg=#ff0000 text b", true},
-    {"slide_colour",
-     document(slide("<param name=\"background-color\" value=\"RED\"/><img src=\"b\"/>")),
+    {"slide_colour", shown("<param name=\"background-color\" value=\"RED\"/><img src=\"b\"/>"),
      "5000: bg=RED image b", true},
     {"colours_of_the_web",
-     document(slide("<param name='background-color' value='rgb(255, 0,10)'/><text src='b'>"
-                    "<param name='foreground-color' value='navy'/></text>")),
+     shown("<param name='background-color' value='rgb(255, 0,10)'/><text src='b'><param "
+           "name='foreground-color' value='navy'/></text>"),
      "5000: bg=#ff000a fg=NAVY text b"},
-    {"short_colour", document(slide("<param name='background-color' value='#f0a'/><img src='b'/>")),
+    {"short_colour", shown("<param name='background-color' value='#f0a'/><img src='b'/>"),
      "5000: bg=#ff00aa image b"},
     {"colour_of_a_text_that_is_none",
-     document(slide("<img src=\"b\"/><text region=\"Text\"><param name=\"foreground-color\" "
-                    "value=\"#ff0000\"/></text>")),
+     shown("<img src=\"b\"/><text region=\"Text\"><param name=\"foreground-color\" "
+           "value=\"#ff0000\"/></text>"),
      "5000: fg=#ff0000 image b", true},
     {"percent_of_the_root",
      "<smil><head><layout><root-layout width='200' height='120'/><region id='I' left='10%' "
@@ -198,20 +198,19 @@ const Case cases[] = {
      "left=\"1px\" top=\"2px\" width=\"3px\" height=\"4px\"/></layout></head><body><par "
      "dur=\"1s\"><img src=\"a\" region=\"I\"/></par></body></smil>",
      "1000: image a@1,2,3,4", true},
-    {"region_by_another_case", document(slide("<img src=\"a\" region=\"image\"/>")),
+    {"region_by_another_case", shown("<img src=\"a\" region=\"image\"/>"),
      "5000: image a@0,0,160,90"},
     {"times_of_media",
-     document(slide("<img src=\"a\" begin=\"1.5s\" end=\"0:06\"/><text src=\"b\" begin=\"2\"/>")),
+     shown("<img src=\"a\" begin=\"1.5s\" end=\"0:06\"/><text src=\"b\" begin=\"2\"/>"),
      "5000: image a 1500-6000 text b 2000-7000"},
-    {"duration_of_media", document(slide("<audio src=\"a\" begin=\"1s\" dur=\"2s\"/>")),
+    {"duration_of_media", shown("<audio src=\"a\" begin=\"1s\" dur=\"2s\"/>"),
      "5000: audio a 1000-3000"},
-    {"end_before_begin", document(slide("<audio src=\"a\" begin=\"3s\" end=\"2s\"/>")),
+    {"end_before_begin", shown("<audio src=\"a\" begin=\"3s\" end=\"2s\"/>"),
      "5000: audio a 3000-8000", true},
-    {"clip_is_no_begin", document(slide("<audio src=\"a\" clipBegin=\"3s\" clip-end=\"4s\"/>")),
+    {"clip_is_no_begin", shown("<audio src=\"a\" clipBegin=\"3s\" clip-end=\"4s\"/>"),
      "5000: audio a", true},
-    {"slide_as_long_as_its_media", document(slide("<audio src=\"a\" dur=\"2s\"/>", "")),
-     "2000: audio a"},
-    {"end_of_a_slide", document(slide("<img src=\"a\"/>", "end=\"4s\"")), "4000: image a"},
+    {"slide_as_long_as_its_media", shown("<audio src=\"a\" dur=\"2s\"/>", ""), "2000: audio a"},
+    {"end_of_a_slide", shown("<img src=\"a\"/>", "end=\"4s\""), "4000: image a"},
 };
 
 TEST(Smil, every_form_is_read_as_meant_and_written_as_the_exact_reader_reads_it) {

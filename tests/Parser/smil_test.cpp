@@ -78,24 +78,4 @@ TEST(Smil, hash_colour_has_no_alpha) {
     EXPECT_EQ(ColorToInt("#1g\xFF"), (16U + 'g') * 16U + 0xFF) << "colour_digits_are_not_checked";
 }
 
-TEST(Smil, TheRegionIndexFollowsTheList) {
-    const NoLeak check;
-    const auto add = [](const std::string& id, int32_t left) {
-        auto* region = mmskit::new_record<tSMIL_Region>();
-        region->Id = mmskit::copy_text(id.c_str());
-        region->Left = left;
-        SmilAddRegion(region);
-    };
-    int32_t rect[4] = {};
-    for (int i = 0; i < 100; ++i)
-        add(print("Id%d", i % 50), i);
-    for (int i = 50; i < 100; ++i)
-        EXPECT_TRUE(SmilGetRegionDataById(rect, print("Id%d", i % 50).c_str()) && rect[0] == i)
-            << i;
-    EXPECT_TRUE(SmilGetRegionDataById(rect, "id2") == 0 && rect[0] == 0) << "unknown: no place";
-    add("Id2", -1);
-    EXPECT_TRUE(SmilGetRegionDataById(rect, "Id2") == 1 && rect[0] == -1);
-    SmilParserClean();
-}
-
 }  // namespace

@@ -210,38 +210,29 @@ TEST(Decode, joining_recipients_is_linear) {
 
 struct Kind {
     size_t size;
-    std::vector<size_t> owned;                       // offsets of the pointers
-    std::vector<std::pair<size_t, uint8_t>> octets;  // of a new record, those that are not 0
-    std::vector<size_t> ones;                        // offsets of the numbers that are 1
+    std::vector<std::pair<size_t, uint8_t>> octets = {};  // of a new record, those that are not 0
+    std::vector<size_t> ones = {};                        // offsets of the numbers that are 1
+    std::vector<size_t> owned = {};  // offsets of the pointers, where no case above fills them
 };
 // clang-format off
 const Kind kinds[] = {
-    {sizeof(tMMS_SendReq), {AT(SendReq, pTransactionId), AT(SendReq, From), AT(SendReq, pTo),
-     AT(SendReq, pCc), AT(SendReq, pBcc), AT(SendReq, pSubject), AT(SendReq, pContent)},
-     {{AT(SendReq, bPriority), 1}}, {AT(SendReq, bSenderVisible), AT(SendReq, bExpiryRelative),
-     AT(SendReq, bDeliveryTimeRelative)}},
-    {sizeof(tMMS_SendConf), {AT(SendConf, pTransactionId), AT(SendConf, pResponseText),
-     AT(SendConf, pMessageId)}, {{AT(SendConf, bMessageType), 0x81}, {AT(SendConf, bVersion),
-     0x92}}, {}},
-    {sizeof(tMMS_NotificationInd), {AT(NotificationInd, pTransactionId), AT(NotificationInd, From),
-     AT(NotificationInd, pSubject), AT(NotificationInd, pContentLocation)}, {}, {}},
-    {sizeof(tMMS_RetrieveConf), {AT(RetrieveConf, pBody), AT(RetrieveConf, pTransactionId),
-     AT(RetrieveConf, pMessageId), AT(RetrieveConf, From), AT(RetrieveConf, pTo),
-     AT(RetrieveConf, pCc), AT(RetrieveConf, pSubject)}, {}, {}},
-    {sizeof(tMMS_DeliveryInd), {AT(DeliveryInd, pMessageId), AT(DeliveryInd, pTo)}, {}, {}},
-    {sizeof(tMMS_NotifyRespInd), {AT(NotifyRespInd, pTransactionId)},
-     {{AT(NotifyRespInd, bMessageType), 0x83}, {AT(NotifyRespInd, bVersion), 0x92}}, {}},
-    {sizeof(tMMS_AcknowledgeInd), {AT(AcknowledgeInd, pTransactionId)},
-     {{AT(AcknowledgeInd, bMessageType), 0x85}, {AT(AcknowledgeInd, bVersion), 0x92}}, {}},
-    {sizeof(tMMS_ReadRecInd), {AT(ReadRecInd, pMessageId), AT(ReadRecInd, pTo),
-     AT(ReadRecInd, pReserved)}, {}, {}},
-    {sizeof(tMMS_ReadOrigInd), {AT(ReadOrigInd, pMessageId), AT(ReadOrigInd, From),
-     AT(ReadOrigInd, pTo)}, {}, {}},
-    {sizeof(tMMS_ForwardReq), {AT(ForwardReq, pTransactionId), AT(ForwardReq, pTo),
-     AT(ForwardReq, pCc), AT(ForwardReq, pBcc), AT(ForwardReq, pContentLocation)}, {},
-     {AT(ForwardReq, bExpiryRelative), AT(ForwardReq, bDeliveryTimeRelative)}},
-    {sizeof(tMMS_SendConf), {AT(SendConf, pTransactionId), AT(SendConf, pResponseText),
-     AT(SendConf, pMessageId)}, {}, {}},
+    {sizeof(tMMS_SendReq), {{AT(SendReq, bPriority), 1}}, {AT(SendReq, bSenderVisible),
+     AT(SendReq, bExpiryRelative), AT(SendReq, bDeliveryTimeRelative)}},
+    {sizeof(tMMS_SendConf), {{AT(SendConf, bMessageType), 0x81}, {AT(SendConf, bVersion), 0x92}}},
+    {sizeof(tMMS_NotificationInd)},
+    {sizeof(tMMS_RetrieveConf)},
+    {sizeof(tMMS_DeliveryInd)},
+    {sizeof(tMMS_NotifyRespInd), {{AT(NotifyRespInd, bMessageType), 0x83},
+     {AT(NotifyRespInd, bVersion), 0x92}}, {}, {AT(NotifyRespInd, pTransactionId)}},
+    {sizeof(tMMS_AcknowledgeInd), {{AT(AcknowledgeInd, bMessageType), 0x85},
+     {AT(AcknowledgeInd, bVersion), 0x92}}, {}, {AT(AcknowledgeInd, pTransactionId)}},
+    {sizeof(tMMS_ReadRecInd), {}, {}, {AT(ReadRecInd, pMessageId), AT(ReadRecInd, pTo),
+     AT(ReadRecInd, pReserved)}},
+    {sizeof(tMMS_ReadOrigInd)},
+    {sizeof(tMMS_ForwardReq), {}, {AT(ForwardReq, bExpiryRelative),
+     AT(ForwardReq, bDeliveryTimeRelative)}, {AT(ForwardReq, pTransactionId), AT(ForwardReq, pTo),
+     AT(ForwardReq, pCc), AT(ForwardReq, pBcc), AT(ForwardReq, pContentLocation)}},
+    {sizeof(tMMS_SendConf)},
 };
 // clang-format on
 

@@ -58,8 +58,7 @@ class Broken(unittest.TestCase):
         outcome = self.run_in(folder, BREAK_AT, str(at), str(error), mark, TRANSPORT, *words, *QUICK)
         if outcome.returncode == NO_TRACING:
             raise unittest.SkipTest("this process may not trace a child")
-        self.assertIn(outcome.returncode, (DONE, FAILED, UNKNOWN, KILLED, NOT_REACHED),
-                      outcome.stderr)
+        self.assertIn(outcome.returncode, (DONE, FAILED, UNKNOWN, KILLED, NOT_REACHED), outcome.stderr)
         return outcome
 
     @staticmethod
@@ -123,8 +122,7 @@ class Broken(unittest.TestCase):
                 one.settle()
                 self.assertEqual(second.returncode, DONE, f"{states}: {second.stderr}")
                 self.assertEqual(problems, [], second.stderr)
-                self.assertEqual([path.read_bytes() for path in (folder / "d").glob("*.mms")],
-                                 [message])
+                self.assertEqual([path.read_bytes() for path in (folder / "d").glob("*.mms")], [message])
                 # An answer may come twice when nobody could know of the first.
                 unclear = bool(states) and states[-1] in ("acknowledging", "unknown")
                 self.assertEqual(len(one.answers), 1 + (answered if unclear else 0), states)

@@ -8,6 +8,7 @@ before the answer."""
 import socket
 import threading
 import time
+from dataclasses import dataclass
 
 MEDIA_TYPE = "application/vnd.wap.mms-message"
 
@@ -51,8 +52,7 @@ def notification(url, tid="N1", expiry=b"\x81\x03\x01\x51\x80"):
             + b"\x8a\x80\x8e\x02\x04\x00\x88" + bytes([len(expiry)]) + expiry + text(0x83, url))
 
 
-def retrieve_conf(message_id="m-1", tid="R1", status=None, words=None, body=b"hello there",
-                  extra=b""):
+def retrieve_conf(message_id="m-1", tid="R1", status=None, words=None, body=b"hello there", extra=b""):
     return (bytes([0x8C, RETRIEVE_CONF]) + (text(0x98, tid) if tid else b"") + b"\x8d\x92"
             + (text(0x8B, message_id) if message_id else b"") + b"\x85\x04\x68\x00\x00\x00"
             + SENDER + extra + (bytes([0x99, status]) if status else b"")
@@ -75,21 +75,22 @@ class Request:
         return self.body[1] if len(self.body) > 1 and self.body[0] == 0x8C else None
 
 
+@dataclass
 class Fault:
     """What one connection does unlike a good centre; all of it optional."""
 
-    def __init__(self, refuse=False, read=None, cut=None, delay=0, first=b"", status="200 OK",
-                 body=None, headers=(), version="HTTP/1.1", form="length", type=MEDIA_TYPE,
-                 trickle=0):
-        self.refuse = refuse      # close before anything is read
-        self.read = read          # close after so many bytes of the request, without an answer
-        self.cut = cut            # close after so many bytes of the answer
-        self.delay = delay        # seconds before the answer
-        self.first = first        # bytes in front of the answer
-        self.status, self.body, self.headers, self.version = status, body, headers, version
-        self.form = form          # how the answer's end is told: "length", "chunked" or "close"
-        self.type = type
-        self.trickle = trickle    # seconds between the bytes of the body
+    refuse: bool = False      # close before anything is read
+    read: int = None          # close after so many bytes of the request, without an answer
+    cut: int = None           # close after so many bytes of the answer
+    delay: float = 0          # seconds before the answer
+    first: bytes = b""        # bytes in front of the answer
+    status: str = "200 OK"
+    body: bytes = None        # or a function of the request
+    headers: tuple = ()
+    version: str = "HTTP/1.1"
+    form: str = "length"      # how the answer's end is told: "length", "chunked" or "close"
+    type: str = MEDIA_TYPE
+    trickle: float = 0        # seconds between the bytes of the body
 
 
 class Centre:
