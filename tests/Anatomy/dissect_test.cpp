@@ -32,15 +32,13 @@ struct Taken {
 
 // ---- Headers ----
 
-struct HeaderCase {
-    const char *rule, *wire;  // behind the message type
-    const char* header;       // "form name: value = number in hexadecimal, inexact, flaw"
-};
-
 constexpr uint32_t none = MMS_FLAW_NONE, repaired = MMS_FLAW_REPAIRED, lost = MMS_FLAW_LOST,
                    unknown = MMS_FLAW_UNKNOWN;
 
-const HeaderCase header_cases[] = {
+const struct {
+    const char *rule, *wire;  // behind the message type
+    const char* header;       // "form name: value = number in hexadecimal, inexact, flaw"
+} header_cases[] = {
     {"text", "98 'T1' 00", "text X-Mms-Transaction-Id: T1"},
     {"text_cut", "98 'T1'", "text X-Mms-Transaction-Id: T1, inexact, lost"},
     {"code_alone", "98", "text X-Mms-Transaction-Id: , inexact, lost"},
@@ -120,7 +118,7 @@ std::string header_line(const Tree& tree, std::size_t i) {
 }
 
 TEST(DissectHeaders, each_form_is_read) {
-    for (const HeaderCase& row : header_cases) {
+    for (const auto& row : header_cases) {
         SCOPED_TRACE(row.rule);
         const Taken taken(bytes("8C 93") + bytes(row.wire));
         ASSERT_GE(taken.tree.iHeaders, 2U);
@@ -166,12 +164,10 @@ std::string multipart(const char* type, char count, const std::string& parts) {
     return bytes("84") + bytes(type) + count + parts;
 }
 
-struct PartCase {
+const struct {
     const char *rule, *headers, *data;
     const char* part;  // "type name charset [what is handed out], inexact headers, inexact text"
-};
-
-const PartCase part_cases[] = {
+} part_cases[] = {
     {"text_in_codes", "03 83 81 EA 8E 'a.txt' 00", "hi", "text/plain a.txt utf-8 [hi]"},
     {"type_as_text", "'text/plain' 00 8E 'a' 00", "hi", "text/plain a (null) [hi]"},
     {"type_in_capitals", "'Text/Plain' 00 8E 'a' 00", "hi",
@@ -205,7 +201,7 @@ const PartCase part_cases[] = {
 };
 
 TEST(DissectBody, each_form_of_a_part_is_read) {
-    for (const PartCase& row : part_cases) {
+    for (const auto& row : part_cases) {
         SCOPED_TRACE(row.rule);
         const Taken taken(multipart("A3", 1, part(bytes(row.headers), row.data)), true);
         ASSERT_EQ(taken.tree.iParts, 1U);
@@ -225,18 +221,15 @@ const std::string a_text = part(bytes("83 8E 'a' 00"), "first");
 const std::string b_text = part(bytes("83 8E 'b' 00"), "second");
 const std::string gif = bytes("'GIF89a' 01 00 01 00 00 00 00 3B");
 
-struct LieCase {
-    const char* rule;
-    std::string body;
-    uint32_t parts;
-    uint32_t flaw;
-    const char* says;
-    bool body_exact;
-};
-
 TEST(DissectBody, what_is_there_decides) {
     const std::string gif_headers = bytes("9D 8E 'x.gif' 00");
-    const LieCase cases[] = {
+    const struct {
+        const char* rule;
+        std::string body;
+        uint32_t parts, flaw;
+        const char* says;
+        bool body_exact;
+    } cases[] = {
         {"whole", multipart("A3", 2, a_text + b_text), 2, none, "", true},
         {"count_too_large", multipart("A3", 5, a_text + b_text), 2, lost, "2 of 5 parts", false},
         {"count_too_small", multipart("A3", 1, a_text + b_text), 2, repaired, "2 parts", false},
@@ -257,7 +250,7 @@ TEST(DissectBody, what_is_there_decides) {
         {"part_ends_in_lengths", multipart("A3", 2, a_text + b_text.substr(0, 1)), 1, lost,
          "in its lengths", false},
     };
-    for (const LieCase& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(row.rule);
         const Taken taken(row.body, true);
         EXPECT_EQ(taken.tree.iParts, row.parts);

@@ -143,14 +143,6 @@ void expect_stable(const Mending& m) {
     EXPECT_TRUE(is_taken(*m.anatomy, *m.mended)) << hex(m.bytes());
 }
 
-struct BodyCase {
-    const char* name;
-    std::string body;
-    std::string seen;
-    bool changed = true;
-    std::string lost = {};
-};
-
 const std::string one = picture("1.jpg", "ONE"), two = picture("2.jpg", "TWO");
 const std::string sea = picture("a.jpg", "SEA"), hi = words("a.txt", "Hi");
 
@@ -160,7 +152,12 @@ std::string shown(std::string_view slides, std::vector<std::string> parts) {
     return related(parts);
 }
 
-const BodyCase body_cases[] = {
+const struct {
+    const char* name;
+    std::string body, seen;
+    bool changed = true;
+    std::string lost = {};
+} body_cases[] = {
     {"whole_and_right", shown(slide("a.jpg", "a.txt"), {sea, hi}), "SEA|Hi", false},
     {"digits_in_the_order_of_the_parts", shown(slide("1.jpg") + slide("2.jpg"), {one, two}),
      "ONE, TWO", false},
@@ -219,7 +216,7 @@ const BodyCase body_cases[] = {
 };
 
 TEST(Mend, bodies) {
-    for (const BodyCase& c : body_cases) {
+    for (const auto& c : body_cases) {
         SCOPED_TRACE(c.name);
         const Mending m(retrieved("", c.body));
         EXPECT_EQ(seen(m), c.seen) << hex(m.bytes());

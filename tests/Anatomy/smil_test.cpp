@@ -113,18 +113,15 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-struct Case {
-    const char* name;
-    std::string text;
-    std::string meant;
-    bool plain = false;  // the exact reader reads it as it is meant
-};
-
 const std::string one = "5000:" + refs_meant;
 const std::string par = slide(refs);
 const std::string utf8_mark = "\xEF\xBB\xBF";
 
-const Case cases[] = {
+const struct {
+    const char* name;
+    std::string text, meant;
+    bool plain = false;  // the exact reader reads it as it is meant
+} cases[] = {
     {"plain", document(par), one, true},
     {"single_quotes", document(replaced(par, "\"", "'")), one},
     {"no_quotes",
@@ -214,7 +211,7 @@ const Case cases[] = {
 };
 
 TEST(Smil, every_form_is_read_as_meant_and_written_as_the_exact_reader_reads_it) {
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(as_meant(c.text), c.meant);
         EXPECT_EQ(as_exactly_read(c.text) == c.meant, c.plain) << as_exactly_read(c.text);

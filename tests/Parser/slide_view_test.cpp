@@ -366,42 +366,32 @@ TEST(SlideView, TextsBeyondTheCopyLimitAreLeftOut) {
     EXPECT_TRUE(seen(parts) + " " == expected);
 }
 
-std::string letters(int number) {  // digits do not tell parts apart
-    std::string name = print("%05d", number);
-    for (char& c : name)
-        c = static_cast<char>(c + 'a' - '0');
-    return name;
-}
-
-// A message of `count` parts and regions, each referred to, in the worst order for a walk, with
-// further references behind them; and its slides.
-std::pair<std::vector<std::string>, std::string> referring(int count, const std::string& more) {
-    std::string pars, regions, expected;
-    std::vector<std::string> parts;
-    for (int i = 1; i <= count; ++i) {
-        const std::string name = letters(i);
-        regions += print("<region id='%d' left='%d'/>", i, i);
-        pars += print("<par><img src='%s' region='%d'/></par>", name.c_str(), i);
-        parts.push_back(media("image/gif", name, std::to_string(i)));
-        expected += print("{0 i %s=%d@%d,0,0,0} ", name.c_str(), i, i);
-    }
-    parts.push_back(smil(pars + more, "<layout>" + regions + "</layout>"));
-    std::reverse(parts.begin(), parts.end());
-    return {parts, expected};
-}
-
 std::string last_error() {
     uint32_t offset = 0;
     const char* reason = fnMMS_GetLastError(&offset);
     return std::string(reason) + " at " + std::to_string(offset);
 }
 
+// 2,000 parts and regions, each referred to, in the worst order for a walk; they pass 1999000 parts
+// and as many regions. Each further reference, to what comes last and is placed, passes 2,001 parts
+// and 1,999 regions.
 TEST(SlideView, ReferencesBeyondTheWorkLimitNameNothing) {
-    // The 2,000 pass 1999000 parts and as many regions; each further one, to what comes last and is
-    // placed, passes 2,001 parts and 1,999 regions.
     constexpr uint64_t fit = (mmskit::limits::reference_work - 2 * 1999000) / 4000;
-    const std::string again = "<par><img src='aaaab' region='1'/></par>", last = "<img src='p'/>";
-    auto [parts, expected] = referring(2000, repeated(again, 120) + "<par>" + last + "</par>");
+    const std::string again = "<par><img src='aaaab' region='1'/></par>";
+    std::string pars, regions, expected;
+    std::vector<std::string> parts;
+    for (int i = 1; i <= 2000; ++i) {
+        std::string name = print("%05d", i);
+        for (char& c : name)
+            c = static_cast<char>(c + 'a' - '0');  // digits do not tell parts apart
+        regions += print("<region id='%d' left='%d'/>", i, i);
+        pars += print("<par><img src='%s' region='%d'/></par>", name.c_str(), i);
+        parts.push_back(media("image/gif", name, std::to_string(i)));
+        expected += print("{0 i %s=%d@%d,0,0,0} ", name.c_str(), i, i);
+    }
+    parts.push_back(smil(pars + repeated(again, 120) + "<par><img src='p'/></par>",
+                         "<layout>" + regions + "</layout>"));
+    std::reverse(parts.begin(), parts.end());
     parts.push_back(p);
     EXPECT_TRUE(seen(parts) + " " ==
                 expected + repeated("{0 i aaaab=1@1,0,0,0} ", fit) + "+p image/gif=P ");
