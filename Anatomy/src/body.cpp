@@ -5,6 +5,7 @@
 #include <array>
 
 #include "Anatomy/src/body_order.h"
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/media_end.h"
 #include "Anatomy/src/part_data.h"
 

@@ -15,7 +15,7 @@ namespace mmskit_anatomy {
 namespace {
 
 constexpr uint32_t mib_windows_1252 = 2252, mib_shift_jis = 17;
-constexpr std::string_view replacement = "\xEF\xBF\xBD";
+constexpr std::string_view replacement_utf8 = "\xEF\xBF\xBD";
 constexpr std::string_view utf8_mark = "\xEF\xBB\xBF";
 
 // Windows-1252 from 0x80 to 0x9F; the five octets without a character stay controls.
@@ -93,7 +93,7 @@ class Converter {
             if (errno == EINVAL) return end == End::invalid ? end : End::cut;
             end = End::invalid;
             if (!replacing) return end;
-            out += replacement;
+            out += replacement_utf8;
             ++from;
             --left;
         }
@@ -139,11 +139,6 @@ bool escaped(uint32_t mib) {
     return std::find(std::begin(sets), std::end(sets), mib) != std::end(sets);
 }
 
-bool wide(uint32_t mib) {
-    return mib == mib_ucs2 || mib == 1001 || (mib >= mib_utf_16be && mib <= mib_utf_16) ||
-           (mib >= 1017 && mib <= 1019);
-}
-
 void from_wide(Bytes bytes, uint32_t mib, Text& text) {
     const ByteOrder order = mib == mib_utf_16be || mib == 1018   ? ByteOrder::big
                             : mib == mib_utf_16le || mib == 1019 ? ByteOrder::little
@@ -185,7 +180,7 @@ bool from_iconv(Bytes bytes, const CharsetRow& row, Text& text) {
 
 // As declared; false when the bytes are no text in that set.
 bool from_declared(Bytes bytes, uint32_t mib, Text& text) {
-    if (wide(mib)) {
+    if (is_wide(mib)) {
         from_wide(bytes, mib, text);
         return true;
     }

@@ -3,6 +3,7 @@
 
 #include "Anatomy/src/charset.h"
 #include "Anatomy/src/charset_table.h"
+#include "Anatomy/src/letters.h"
 
 namespace mmskit_anatomy {
 namespace {
@@ -105,21 +106,10 @@ constexpr CharsetRow rows[] = {
 };
 // clang-format on
 
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-
-bool same_name(std::string_view a, std::string_view lower_case) {
-    if (a.size() != lower_case.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i)
-        if (lower(a[i]) != lower_case[i]) return false;
-    return true;
-}
-
 bool among(std::string_view name, std::string_view names) {
     while (!names.empty()) {
         const std::size_t end = std::min(names.find(' '), names.size());
-        if (same_name(name, names.substr(0, end))) return true;
+        if (same_word(name, names.substr(0, end))) return true;
         names.remove_prefix(std::min(end + 1, names.size()));
     }
     return false;
@@ -148,11 +138,11 @@ std::string_view charset_name(uint32_t mib) {
 uint32_t charset_number(std::string_view name) {
     name = unquoted_name(name);
     if (name.empty()) return 0;
-    if (name.size() > 2 && same_name(name.substr(0, 2), "cs") &&
+    if (name.size() > 2 && same_word(name.substr(0, 2), "cs") &&
         charset_number(name.substr(2)) != 0)
         return charset_number(name.substr(2));  // IANA's alias for programs: "csUTF8"
     for (const CharsetRow& row : rows)
-        if (same_name(name, row.name) || among(name, row.aliases)) return row.mib;
+        if (same_word(name, row.name) || among(name, row.aliases)) return row.mib;
     uint32_t number = 0;  // a MIBenum in digits, as some senders write it
     for (const char c : name) {
         if (c < '0' || c > '9' || number > 9999) return 0;

@@ -18,7 +18,7 @@ inline Bytes bytes_of(std::string_view text) {
     return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
 }
 
-inline constexpr uint8_t longest_short_length = 30, length_quote = 31, text_quote = 0x7F;
+inline constexpr uint8_t longest_short_length = 30, length_quote = 31;
 
 struct Number {
     uint64_t value = 0;
@@ -128,9 +128,6 @@ bool skip_value(Cursor& cursor);
 
 // ---- Texts of values ----
 
-// Latin letters in lower case.
-std::string lower_case(std::string_view text);
-bool same_word(std::string_view a, std::string_view b);
 std::string_view trimmed(std::string_view text);
 // Without a quote octet, quotation marks and what the marks escape.
 std::string_view unquoted(std::string_view text);

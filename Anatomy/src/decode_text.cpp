@@ -3,6 +3,7 @@
 #include <array>
 
 #include "Anatomy/src/decode.h"
+#include "Anatomy/src/letters.h"
 
 namespace mmskit_anatomy {
 namespace {
@@ -22,12 +23,6 @@ constexpr std::array<int8_t, 256> digit_of = base64_digits();
 
 bool is_space(uint8_t c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-int hex_digit(uint8_t c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    const auto lower = static_cast<uint8_t>(c | 0x20U);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 // What follows the digits: at most two signs of padding, and white space.
@@ -94,8 +89,8 @@ Decoded decode_quoted_printable(Bytes text, std::size_t limit) {
         }
         const uint8_t c = text[at];
         if (c == '=') {
-            const int high = at + 2 < text.size() ? hex_digit(text[at + 1]) : -1;
-            const int low = high >= 0 ? hex_digit(text[at + 2]) : -1;
+            const int high = at + 2 < text.size() ? hex_digit(static_cast<char>(text[at + 1])) : -1;
+            const int low = high >= 0 ? hex_digit(static_cast<char>(text[at + 2])) : -1;
             if (low >= 0) {
                 result.bytes.push_back(static_cast<uint8_t>(high * 16 + low));
                 at += 3;

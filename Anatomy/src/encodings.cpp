@@ -8,15 +8,10 @@
 
 #include "Anatomy/src/decode.h"
 #include "Anatomy/src/inputs.h"
+#include "Anatomy/src/letters.h"
 
 namespace mmskit_anatomy {
 namespace {
-
-int digit_value(uint8_t c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    const int letter = c | 0x20;
-    return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
-}
 
 bool is_separator(uint8_t c) {
     return std::isspace(c) != 0 || c == ',' || c == ':' || c == ';' || c == '-' || c == '{' ||
@@ -38,7 +33,7 @@ HexText read_hex(Bytes text, std::size_t limit) {
             ++i;
             continue;
         }
-        const int value = digit_value(c);
+        const int value = hex_digit(static_cast<char>(c));
         if (value < 0) {
             if (!is_separator(c)) return {};
             if (high >= 0 && std::isspace(c) == 0) return {};
@@ -59,10 +54,10 @@ HexText read_hex(Bytes text, std::size_t limit) {
         const auto last = std::find_if(text.rbegin(), text.rend(),
                                        [](uint8_t c) { return std::isspace(c) == 0; });
         // The digit left over must be the last character.
-        if (last == text.rend() || digit_value(*last) < 0) out.valid = false;
+        if (last == text.rend() || hex_digit(static_cast<char>(*last)) < 0) out.valid = false;
         const auto before = last + 1;
         if (out.valid && before != text.rend() && std::isspace(*before) == 0 &&
-            digit_value(*before) < 0 && (*before | 0x20) != 'x')
+            hex_digit(static_cast<char>(*before)) < 0 && (*before | 0x20) != 'x')
             out.valid = false;
     }
     return out;
@@ -78,8 +73,7 @@ bool is_hex_word(std::string_view word) {
     if (word.ends_with(',')) word.remove_suffix(1);
     if (word.starts_with("0x")) word.remove_prefix(2);
     return word.size() >= 2 && word.size() % 2 == 0 &&
-           std::all_of(word.begin(), word.end(),
-                       [](char c) { return digit_value(static_cast<uint8_t>(c)) >= 0; });
+           std::all_of(word.begin(), word.end(), [](char c) { return hex_digit(c) >= 0; });
 }
 
 // The words of bytes with which a line ends; the word that a label is glued to counts from behind
@@ -149,7 +143,7 @@ bool read_row(std::string_view line, unsigned base, Row& row) {
     }
     std::size_t n = 0;
     for (; n < line.size() && n < 16; ++n) {
-        const int digit = digit_value(static_cast<uint8_t>(line[n]));
+        const int digit = hex_digit(line[n]);
         if (digit < 0) break;
         if (digit >= static_cast<int>(base)) return false;
         row.offset = row.offset * base + static_cast<unsigned>(digit);
@@ -176,8 +170,8 @@ std::size_t read_pairs(std::string_view text, std::size_t most, uint8_t* out, st
         }
         if (count > 0 && gap > 3) break;
         if (i + 1 >= text.size()) break;
-        const int high = digit_value(static_cast<uint8_t>(text[i]));
-        const int low = digit_value(static_cast<uint8_t>(text[i + 1]));
+        const int high = hex_digit(text[i]);
+        const int low = hex_digit(text[i + 1]);
         if (high < 0 || low < 0) break;
         out[count++] = static_cast<uint8_t>(high << 4 | low);
         i += 2;

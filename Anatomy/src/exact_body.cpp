@@ -12,15 +12,8 @@ namespace {
 
 using mmskit::BoundedReader;
 
-constexpr uint8_t code_body_type = 0x84, code_location = 0x8E, code_content_id = 0xC0,
-                  code_disposition = 0xAE, code_disposition_later = 0xC5;
-constexpr uint8_t parameter_charset = 0x81, parameter_name = 0x85, parameter_type = 0x89,
-                  parameter_start = 0x8A, parameter_start_info = 0x8B;
-
 std::string quoted_text(BoundedReader& in) {
-    std::string_view text = view_of(in.text());
-    if (!text.empty() && text[0] == quote) text.remove_prefix(1);
-    return std::string(text);
+    return std::string(without_quote(view_of(in.text())));
 }
 
 void read_media_type(BoundedReader& in, ExactBodyPart& part) {
@@ -192,7 +185,7 @@ const std::string& ExactBodyPart::shown_name() const {
 ExactBody exact_body(Bytes body, std::size_t most_kept) {
     ExactBody out;
     BoundedReader in(body.data(), body.size());
-    if (in.byte() != code_body_type) return out;
+    if (in.byte() != code_content_type) return out;
     out.taken = true;
     ExactBodyPart part;
     bool named = false;

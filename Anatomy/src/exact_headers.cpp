@@ -7,60 +7,57 @@
 namespace mmskit_anatomy {
 namespace {
 
-using enum Reads;
-
-constexpr ExactField send_req[] = {
-    {0x81, address_list}, {0x82, address_list}, {0x84, content},      {0x86, skip_octet},
-    {0x87, skip_counted}, {0x88, skip_counted}, {0x89, from},         {0x8A, message_class},
-    {0x8C, skip_octet},   {0x8D, skip_octet},   {0x8F, octet},        {0x90, skip_octet},
-    {0x94, skip_octet},   {0x96, encoded},      {0x97, address_list}, {0x98, transaction}};
-constexpr ExactField send_conf[] = {{0x8B, text},  {0x8C, octet},    {0x8D, octet},
-                                    {0x92, octet}, {0x93, raw_text}, {0x98, text}};
-constexpr ExactField forward_conf[] = {{0x8B, text},  {0x8C, skip_octet}, {0x8D, octet},
-                                       {0x92, octet}, {0x93, raw_text},   {0x98, text}};
-constexpr ExactField notification[] = {
-    {0x83, location},     {0x86, skip_octet},    {0x87, skip_counted}, {0x88, expiry},
-    {0x89, from},         {0x8A, message_class}, {0x8C, message_type}, {0x8D, skip_octet},
-    {0x8E, long_integer}, {0x8F, octet},         {0x96, encoded},      {0x98, text}};
-constexpr ExactField retrieve_conf[] = {
-    {0x81, skip_text},    {0x82, address_list}, {0x84, content},       {0x85, long_integer},
-    {0x86, yes_no},       {0x89, from},         {0x8A, message_class}, {0x8B, text},
-    {0x8C, message_type}, {0x8D, skip_octet},   {0x8F, octet},         {0x90, yes_no},
-    {0x94, skip_octet},   {0x96, encoded},      {0x97, address_list},  {0x98, text},
-    {0xA0, skip_counted}, {0xA1, skip_counted}};
-constexpr ExactField delivery[] = {{0x85, counted_integer}, {0x8B, text},  {0x8C, message_type},
-                                   {0x8D, skip_octet},      {0x95, octet}, {0x97, address}};
-constexpr ExactField read_orig[] = {
-    {0x85, counted_integer}, {0x89, from},    {0x8B, text}, {0x8C, message_type},
-    {0x8D, skip_octet},      {0x97, address}, {0x9B, octet}};
+struct Fields {
+    using enum Reads;
+    static constexpr ExactField send_req[] = {
+        {0x81, address_list}, {0x82, address_list}, {0x84, content},      {0x86, skip_octet},
+        {0x87, skip_counted}, {0x88, skip_counted}, {0x89, from},         {0x8A, message_class},
+        {0x8C, skip_octet},   {0x8D, skip_octet},   {0x8F, octet},        {0x90, skip_octet},
+        {0x94, skip_octet},   {0x96, encoded},      {0x97, address_list}, {0x98, transaction}};
+    static constexpr ExactField send_conf[] = {{0x8B, text},  {0x8C, octet},    {0x8D, octet},
+                                               {0x92, octet}, {0x93, raw_text}, {0x98, text}};
+    static constexpr ExactField forward_conf[] = {{0x8B, text},  {0x8C, skip_octet}, {0x8D, octet},
+                                                  {0x92, octet}, {0x93, raw_text},   {0x98, text}};
+    static constexpr ExactField notification[] = {
+        {0x83, location},     {0x86, skip_octet},    {0x87, skip_counted}, {0x88, expiry},
+        {0x89, from},         {0x8A, message_class}, {0x8C, message_type}, {0x8D, skip_octet},
+        {0x8E, long_integer}, {0x8F, octet},         {0x96, encoded},      {0x98, text}};
+    static constexpr ExactField retrieve_conf[] = {
+        {0x81, skip_text},    {0x82, address_list}, {0x84, content},       {0x85, long_integer},
+        {0x86, yes_no},       {0x89, from},         {0x8A, message_class}, {0x8B, text},
+        {0x8C, message_type}, {0x8D, skip_octet},   {0x8F, octet},         {0x90, yes_no},
+        {0x94, skip_octet},   {0x96, encoded},      {0x97, address_list},  {0x98, text},
+        {0xA0, skip_counted}, {0xA1, skip_counted}};
+    static constexpr ExactField delivery[] = {{0x85, counted_integer}, {0x8B, text},
+                                              {0x8C, message_type},    {0x8D, skip_octet},
+                                              {0x95, octet},           {0x97, address}};
+    static constexpr ExactField read_orig[] = {
+        {0x85, counted_integer}, {0x89, from},    {0x8B, text}, {0x8C, message_type},
+        {0x8D, skip_octet},      {0x97, address}, {0x9B, octet}};
+};
 
 constexpr ExactSyntax syntaxes[] = {
-    {0x80, Unlisted::fail, false, 0, false, send_req},
-    {0x81, Unlisted::stop, false, 0x98, true, send_conf},
-    {0x82, Unlisted::stop, false, 0x83, false, notification},
-    {0x84, Unlisted::read_over, true, 0, false, retrieve_conf},
-    {0x86, Unlisted::fail, false, 0, false, delivery},
-    {0x88, Unlisted::stop, false, 0, false, read_orig},
-    {0x8A, Unlisted::stop, false, 0x98, true, forward_conf},
+    {0x80, Unlisted::fail, false, 0, false, Fields::send_req},
+    {0x81, Unlisted::stop, false, 0x98, true, Fields::send_conf},
+    {0x82, Unlisted::stop, false, 0x83, false, Fields::notification},
+    {0x84, Unlisted::read_over, true, 0, false, Fields::retrieve_conf},
+    {0x86, Unlisted::fail, false, 0, false, Fields::delivery},
+    {0x88, Unlisted::stop, false, 0, false, Fields::read_orig},
+    {0x8A, Unlisted::stop, false, 0x98, true, Fields::forward_conf},
 };
 
 constexpr uint8_t first_code = 0x81, last_code = 0xA1;  // of the retrieved message's fields
-constexpr uint8_t present = 0x80, personal = 0x80;
-
-std::string without_quote(std::string_view text) {
-    if (!text.empty() && text[0] == quote) text.remove_prefix(1);
-    return std::string(text);
-}
 
 // A character set other than US-ASCII and UTF-8 gives no text.
 std::string encoded_text(std::string_view raw) {
-    if (raw.empty() || static_cast<uint8_t>(raw[0]) > length_mark) return without_quote(raw);
+    if (raw.empty() || static_cast<uint8_t>(raw[0]) > length_mark)
+        return std::string(without_quote(raw));
     mmskit::BoundedReader value(reinterpret_cast<const uint8_t*>(raw.data()), raw.size());
     read_length(value);
     const uint8_t charset = value.byte();
     const auto left = static_cast<std::size_t>(value.remaining());
     if (charset != 0x83 && charset != 0xEA) return {};
-    return without_quote(raw.substr(raw.size() - left));
+    return std::string(without_quote(raw.substr(raw.size() - left)));
 }
 
 void skip_any(mmskit::BoundedReader& in) {
@@ -126,17 +123,18 @@ class Decoder {
     }
 
     Step read_value(Reads reads) {
+        using enum Reads;
         switch (reads) {
             case text:
-                return set_text(without_quote(view_of(in_.text())));
+                return set_text(std::string(without_quote(view_of(in_.text()))));
             case raw_text:
                 return set_text(std::string(view_of(in_.text())));
             case transaction: {
-                std::string id = without_quote(view_of(in_.text()));
+                std::string id(without_quote(view_of(in_.text())));
                 return id.empty() ? Step::fail : set_text(std::move(id));
             }
             case location: {
-                std::string value = without_quote(view_of(in_.text()));
+                std::string value(without_quote(view_of(in_.text())));
                 if (!in_.past_end()) return set_text(std::move(value));
                 set_text({});
                 return Step::done;
@@ -159,7 +157,7 @@ class Decoder {
             case message_class: {
                 if (in_.peek() >= 0x80) return set_number(in_.byte());
                 in_.text();
-                return set_number(personal);
+                return set_number(class_personal);
             }
             case message_type:
                 return in_.byte() == syntax_.type ? Step::next : Step::fail;
@@ -200,7 +198,7 @@ class Decoder {
 
     Step read_from() {
         const uint32_t length = read_length(in_);
-        if (in_.byte() != present) {
+        if (in_.byte() != address_present) {
             in_.skip(length > 1 ? length - 1 : 0);
             return Step::next;
         }

@@ -14,6 +14,9 @@ namespace mmskit_anatomy {
 
 // ---- Headers ----------------------------------------------------------------------------------
 
+inline constexpr uint8_t address_present = 0x80;  // before a sender's address
+inline constexpr uint8_t class_personal = 0x80;   // of a message whose class has no token
+
 // How a decoder reads a field's value.
 enum class Reads : uint8_t {
     text,

@@ -16,8 +16,6 @@
 namespace mmskit_anatomy {
 namespace {
 
-constexpr int32_t drm_forward_locked = 1, drm_separate = 5;
-
 // Beyond these a message has too many shapes for its names.
 constexpr uint64_t most_work = uint64_t{1} << 26;     // bytes of names looked at
 constexpr uint64_t most_entries = uint64_t{1} << 20;  // in all tables

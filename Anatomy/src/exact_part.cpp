@@ -1,5 +1,6 @@
 // What the exact decoder keeps of a part's headers: it knows few parameters and headers, and stops
 // at the first that it does not know. Nothing is decided here; body.cpp compares.
+#include "Anatomy/src/exact_values.h"
 #include "Anatomy/src/part_headers.h"
 
 namespace mmskit_anatomy {
@@ -7,9 +8,7 @@ namespace {
 
 std::string exact_text(Cursor& cursor) {
     bool ended = false;
-    std::string_view text = cursor.text(ended);
-    if (text.starts_with(static_cast<char>(text_quote))) text.remove_prefix(1);
-    return std::string(text);
+    return std::string(without_quote(cursor.text(ended)));
 }
 
 bool read_parameter(Cursor& in, ExactPart& part) {

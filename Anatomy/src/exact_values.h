@@ -9,7 +9,16 @@
 namespace mmskit_anatomy {
 
 inline constexpr uint8_t length_mark = 31;  // before a length as a uintvar
-inline constexpr char quote = 0x7F;         // before a text
+inline constexpr char quote_octet = 0x7F;   // before a text
+// Codes of a body's and a part's headers, and of a content type's parameters (WAP-230 tables 38,
+// 39).
+inline constexpr uint8_t code_disposition = 0xAE, code_disposition_later = 0xC5;
+inline constexpr uint8_t parameter_charset = 0x81, parameter_name = 0x85, parameter_type = 0x89,
+                         parameter_start = 0x8A, parameter_start_info = 0x8B;
+
+inline std::string_view without_quote(std::string_view text) {
+    return text.starts_with(quote_octet) ? text.substr(1) : text;
+}
 
 inline std::string_view view_of(const mmskit::Slice& slice) {
     return {reinterpret_cast<const char*>(slice.data), slice.size};

@@ -5,6 +5,9 @@
 #include <charconv>
 
 #include "Anatomy/src/charset.h"
+#include "Anatomy/src/exact_message.h"
+#include "Anatomy/src/exact_values.h"
+#include "Anatomy/src/letters.h"
 
 namespace mmskit_anatomy {
 namespace {
@@ -19,13 +22,6 @@ std::string_view without_type(std::string_view address) {
     if (slash == std::string_view::npos || !same_word(address.substr(slash, mark.size()), mark))
         return address;
     return address.substr(0, slash);
-}
-
-// What the exact decoders read of a plain address.
-std::string_view exact_address(std::string_view raw) {
-    if (!raw.empty() && static_cast<uint8_t>(raw[0]) == text_quote) raw.remove_prefix(1);
-    if (raw.find('@') != std::string_view::npos) return raw;
-    return raw.substr(0, raw.find('/'));
 }
 
 int64_t clamped(uint64_t number) {
@@ -51,7 +47,7 @@ void take_address(Cursor& cursor, Value& value) {
     }
     Cursor again = start;
     bool ended = false;
-    value.exact = exact_address(again.text(ended)) == value.text && ended;
+    value.exact = exact_address(without_quote(again.text(ended))) == value.text && ended;
 }
 
 // Something stands behind its own length: reads it through `read` with a cursor that ends there, or

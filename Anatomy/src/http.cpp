@@ -8,16 +8,10 @@
 #include "Anatomy/src/cursor.h"
 #include "Anatomy/src/decode.h"
 #include "Anatomy/src/inputs.h"
+#include "Anatomy/src/letters.h"
 
 namespace mmskit_anatomy {
 namespace {
-
-std::string lower_case(std::string_view text) {
-    std::string out(text);
-    for (char& c : out)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return out;
-}
 
 // A line with its end; empty when no line feed follows.
 std::string_view first_line(std::string_view text) {
@@ -41,7 +35,7 @@ void take_field(Head& head, std::string_view name, std::string_view value) {
     }
 }
 
-struct Walk {
+struct HttpWalk {
     Tree& tree;
     Place place;
     uint32_t depth;
@@ -56,7 +50,7 @@ struct Walk {
 };
 
 // The fields up to the empty line.
-Head read_head(Walk& walk) {
+Head read_head(HttpWalk& walk) {
     Head head;
     for (;;) {
         std::string_view line = first_line(walk.left());
@@ -95,7 +89,7 @@ bool dissect_layer(Tree& tree, const char* name, Decoded decoded, const Place& p
 // Chunks (RFC 9112 7.1), and a node for each line and each chunk's data.
 class ChunkReader {
   public:
-    explicit ChunkReader(Walk walk) : walk_(walk) { ++walk_.depth; }
+    explicit ChunkReader(HttpWalk walk) : walk_(walk) { ++walk_.depth; }
 
     Decoded read(std::size_t limit) {
         while (out_.whole && !ended_ && !cut_in_size_ && !walk_.left().empty())
@@ -156,7 +150,7 @@ class ChunkReader {
         if (!ended_ && !cut_in_size_) walk_.tree.flaw(node, MMS_FLAW_LOST, "no chunk begins here");
     }
 
-    Walk walk_;
+    HttpWalk walk_;
     Decoded out_;
     bool ended_ = false, cut_in_size_ = false;
 };
@@ -177,7 +171,7 @@ bool dissect_content(Tree& tree, const Head& head, const Place& place, uint32_t 
                          node);
 }
 
-bool dissect_chunks(Walk& walk, const Head& head) {
+bool dissect_chunks(HttpWalk& walk, const Head& head) {
     Tree& tree = walk.tree;
     const Place place = walk.place;
     const auto node = tree.add(MMS_NODE_WRAPPER, place, walk.depth, "chunked body");
@@ -193,7 +187,7 @@ bool dissect_chunks(Walk& walk, const Head& head) {
 }
 
 // What Content-Length says against what is there.
-Place declared_content(Walk& walk, const Head& head) {
+Place declared_content(HttpWalk& walk, const Head& head) {
     Place content = walk.place;
     if (head.content_length < 0 || head.content_length == content.length) return content;
     if (head.content_length > content.length) {
@@ -206,7 +200,7 @@ Place declared_content(Walk& walk, const Head& head) {
     return content;
 }
 
-bool dissect_body_of(Walk& walk, const Head& head) {
+bool dissect_body_of(HttpWalk& walk, const Head& head) {
     if (head.transfer_encoding.find("chunked") != std::string::npos &&
         recognise(walk.tree.at(walk.place)) == Input::none)
         return dissect_chunks(walk, head);
@@ -241,7 +235,7 @@ bool is_http(Bytes bytes) {
 
 bool dissect_http(Tree& tree, const Place& place, uint32_t depth) {
     tree.add(MMS_NODE_WRAPPER, place, depth, "HTTP");
-    Walk walk{tree, place, depth + 1};
+    HttpWalk walk{tree, place, depth + 1};
     std::string_view line = first_line(walk.left());
     if (line.empty()) line = walk.left();
     const std::string start(trimmed(line.substr(0, line.find('\n'))));

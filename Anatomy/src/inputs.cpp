@@ -10,6 +10,7 @@
 
 #include "Anatomy/src/cursor.h"
 #include "Anatomy/src/decode.h"
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/wbxml.h"
 
 namespace mmskit_anatomy {
@@ -18,10 +19,6 @@ namespace {
 // WBXML of SI and SL: version 1.0 to 1.3, then the public identifier (WAP-167, WAP-168).
 bool is_wbxml(Bytes bytes, uint8_t public_id) {
     return bytes.size() > 4 && bytes[0] <= 3 && bytes[1] == public_id;
-}
-
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 // The name of the first element, behind declarations, comments and a mark; empty for no XML.
@@ -38,9 +35,7 @@ std::string first_element(std::string_view text) {
         if (close == std::string_view::npos) return {};
         text.remove_prefix(close + end.size());
     }
-    std::string name(text.substr(0, std::min<std::size_t>(text.find_first_of(" \t\r\n/>"), 32)));
-    std::transform(name.begin(), name.end(), name.begin(), lower);
-    return name;
+    return lower_case(text.substr(0, std::min<std::size_t>(text.find_first_of(" \t\r\n/>"), 32)));
 }
 
 bool is_plain_text(Bytes bytes) {
@@ -292,8 +287,7 @@ bool is_mail(std::string_view text) {
     constexpr std::string_view names[] = {
         "from:",       "to:",           "subject:",      "received:", "return-path:", "date:",
         "message-id:", "delivered-to:", "mime-version:", "from ",     "content-type:"};
-    std::string start(text.substr(0, 16));
-    std::transform(start.begin(), start.end(), start.begin(), lower);
+    const std::string start = lower_case(text.substr(0, 16));
     return std::any_of(std::begin(names), std::end(names),
                        [&](std::string_view name) { return start.starts_with(name); });
 }
@@ -303,8 +297,7 @@ std::string looks_like_text(std::string_view text) {
     if (element == "html" || element == "head" || element == "body") return "an HTML page";
     if (element == "smil") return "a presentation (SMIL) without its message";
     if (!element.empty()) return "an XML document (" + element + ")";
-    std::string start(text.substr(0, 32));
-    std::transform(start.begin(), start.end(), start.begin(), lower);
+    const std::string start = lower_case(text.substr(0, 32));
     if (start.find("<!doctype html") != std::string::npos) return "an HTML page";
     if (is_mail(text)) return "an e-mail";
     const std::size_t first = text.find_first_not_of(" \t\r\n");

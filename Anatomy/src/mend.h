@@ -30,6 +30,8 @@ std::string write_headers(const ExactSyntax& syntax, const Tree& tree, MendNotes
 
 // ---- Parts ------------------------------------------------------------------------------------
 
+inline constexpr int32_t drm_forward_locked = 1, drm_separate = 5;  // of fnPAR_DrmType
+
 // A part as it will stand in the mended message.
 struct PlannedPart {
     uint32_t part = 0;  // index in the tree's parts

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <unordered_map>
 
+#include "Anatomy/src/charset.h"
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/mend_view.h"
 #include "Anatomy/src/part_writer.h"
 
@@ -18,7 +20,6 @@ namespace {
 constexpr std::string_view text_type = "text/plain", smil_type = "application/smil",
                            unknown_type = "application/octet-stream",
                            drm_type = "application/vnd.oma.drm.";
-constexpr uint32_t utf_8 = 106;
 constexpr std::size_t inner_type_size = 100;
 
 std::string_view text_of_bytes(Bytes bytes) {
@@ -126,7 +127,7 @@ class BodyMender {
     [[nodiscard]] bool reads_right(uint32_t index, const ExactBodyPart& exact) const {
         const tMMS_Part& part = tree_.part_list[index];
         const std::string_view type = part.pType;
-        if (exact.type.empty() || folded(exact.type) != type) return false;
+        if (exact.type.empty() || lower_case(exact.type) != type) return false;
         const bool compared_exactly = type == text_type || type.starts_with(drm_type);
         if (compared_exactly && exact.type != type) return false;
         const std::string_view name = part.pName != nullptr ? part.pName : "";
@@ -199,7 +200,7 @@ class BodyMender {
         exact.name = plain_name(detail.name);
         exact.content_id = without_angles(plain_name(detail.content_id));
         exact.has_charset = part.bText != 0;
-        exact.charset = part.bText != 0 ? utf_8 : 0;
+        exact.charset = part.bText != 0 ? mib_utf_8 : 0;
         return exact;
     }
 

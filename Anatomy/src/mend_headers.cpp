@@ -8,8 +8,7 @@
 namespace mmskit_anatomy {
 namespace {
 
-constexpr uint8_t absolute = 0x80, relative = 0x81, address_present = 0x80, insert_address = 0x81,
-                  personal = 0x80, yes = 0x80, no = 0x81;
+constexpr uint8_t absolute = 0x80, relative = 0x81, insert_address = 0x81, yes = 0x80, no = 0x81;
 
 struct Header {
     const tMMS_HeaderField& field;
@@ -72,7 +71,7 @@ bool has_value(const Header& header, Reads reads) {
 }
 
 // A text that stands without a quote cannot begin like a length or with a quote.
-std::string_view raw_text(std::string_view text) {
+std::string_view without_lead(std::string_view text) {
     while (!text.empty() && (static_cast<unsigned char>(text[0]) < ' ' || text[0] == 0x7F))
         text.remove_prefix(1);
     return text;
@@ -87,7 +86,7 @@ void want(ExactValues& values, const Header& header, const ExactField& to) {
         case Reads::address:
             return values.set({code, exact_address(field.pValue), 0, 0});
         case Reads::raw_text:
-            return values.set({code, std::string(raw_text(field.pValue)), 0, 0});
+            return values.set({code, std::string(without_lead(field.pValue)), 0, 0});
         case Reads::address_list:
             return values.join(code, exact_address(field.pValue));
         case Reads::octet:
@@ -96,7 +95,7 @@ void want(ExactValues& values, const Header& header, const ExactField& to) {
         case Reads::counted_integer:
             return values.set({code, {}, field.iNumber, 0});
         case Reads::message_class:
-            return values.set({code, {}, is_octet(field) ? field.iNumber : personal, 0});
+            return values.set({code, {}, is_octet(field) ? field.iNumber : class_personal, 0});
         case Reads::expiry:
             return values.set(
                 {code, {}, field.iNumber, field.iForm == MMS_VALUE_PERIOD ? relative : absolute});
@@ -164,7 +163,7 @@ bool write_value(BytesWriter& out, const Header& header, Reads reads) {
     if (!has_value(header, reads)) return false;
     switch (reads) {
         case Reads::raw_text:
-            out.plain(raw_text(field.pValue));
+            out.plain(without_lead(field.pValue));
             return true;
         case Reads::transaction:
         case Reads::encoded:

@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/mend.h"
 
 namespace mmskit_anatomy {
@@ -20,21 +21,14 @@ std::string_view without_brackets(std::string_view text) {
     return text;
 }
 
-std::optional<uint32_t> hex_digit(char c) {
-    if (c >= '0' && c <= '9') return static_cast<uint32_t>(c - '0');
-    const char low = static_cast<char>(c | 0x20);
-    if (low >= 'a' && low <= 'f') return static_cast<uint32_t>(low - 'a' + 10);
-    return std::nullopt;
-}
-
 std::string percent_decoded(std::string_view text) {
     std::string out;
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '%' && i + 2 < text.size()) {
-            const auto high = hex_digit(text[i + 1]), low = hex_digit(text[i + 2]);
-            if (high && low && *high * 16 + *low != 0) {
-                out += static_cast<char>(*high * 16 + *low);
+            const int high = hex_digit(text[i + 1]), low = hex_digit(text[i + 2]);
+            if (high >= 0 && low >= 0 && high + low != 0) {
+                out += static_cast<char>(high * 16 + low);
                 i += 2;
                 continue;
             }
@@ -123,7 +117,7 @@ struct Resolver::State {
             const Names names = names_of(part);
             for (std::size_t source = 0; source < source_count; ++source) {
                 if (names[source].empty()) continue;
-                const std::string_view name = kept_text(folded(names[source]));
+                const std::string_view name = kept_text(lower_case(names[source]));
                 add(loose[source], name, part);
                 const auto [at, added] = endings.try_emplace(basename_of(name), part);
                 if (!added && at->second != part) at->second = no_part;
@@ -156,7 +150,7 @@ struct Resolver::State {
         std::array<Form, 3> all{{{reference, false}}};
         std::size_t count = 1;
         std::string_view bare = without_brackets(reference);
-        const bool by_id = equal_folded(reference.substr(0, 4), "cid:");
+        const bool by_id = same_word(reference.substr(0, 4), "cid:");
         if (by_id) bare = without_brackets(reference.substr(4));
         if (bare.size() != reference.size()) all[count++] = {bare, by_id};
         std::string decoded;
@@ -168,10 +162,11 @@ struct Resolver::State {
                 return part;
         fill_loose();
         for (const Form& form : forms)
-            if (const uint32_t part = find(loose, folded(form.text), form.by_id); part != no_part)
+            if (const uint32_t part = find(loose, lower_case(form.text), form.by_id);
+                part != no_part)
                 return part;
         for (const Form& form : forms) {
-            const auto found = endings.find(folded(basename_of(form.text)));
+            const auto found = endings.find(lower_case(basename_of(form.text)));
             if (found != endings.end() && found->second != no_part) return found->second;
         }
         return no_part;
@@ -201,7 +196,7 @@ constexpr std::size_t longest_extension = 5;
 
 // "x" as often as needed for a stem with which no name of the message begins.
 std::size_t run_after_stem(std::string_view name) {
-    if (!equal_folded(name.substr(0, first_stem.size()), first_stem)) return 0;
+    if (!same_word(name.substr(0, first_stem.size()), first_stem)) return 0;
     std::size_t at = first_stem.size();
     while (at < name.size() && (name[at] | 0x20) == 'x')
         ++at;

@@ -10,7 +10,6 @@
 namespace mmskit_anatomy {
 namespace {
 
-constexpr int32_t drm_forward_locked = 1, drm_separate = 5;
 constexpr int kind_text = 1, kind_image = 2, kind_audio = 3, kind_video = 4, kind_other = 5;
 constexpr std::size_t longest_named = 120;  // bytes of a name in a note
 

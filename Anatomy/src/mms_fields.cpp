@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "Anatomy/src/cursor.h"
+#include "Anatomy/src/letters.h"
 
 namespace mmskit_anatomy {
 namespace {

@@ -2,6 +2,7 @@
 #include "Anatomy/src/part_headers.h"
 
 #include "Anatomy/src/charset.h"
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/library_text.h"
 #include "Anatomy/src/wsp_fields.h"
 
@@ -56,12 +57,6 @@ void set_charset(ContentType& type, uint64_t mib) {
     if (type.charset_name.empty() && mib != 0) type.charset_name = std::to_string(mib);
 }
 
-int hex_value(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 // RFC 5987: charset'language'percent-encoded.
 std::string extended_value(std::string_view raw) {
     const std::size_t first = raw.find('\'');
@@ -69,8 +64,8 @@ std::string extended_value(std::string_view raw) {
     if (second == raw.npos) return clean_name(raw);
     std::string bytes;
     for (std::size_t i = second + 1; i < raw.size(); ++i) {
-        const int high = raw[i] == '%' && i + 2 < raw.size() ? hex_value(raw[i + 1]) : -1;
-        const int low = high >= 0 ? hex_value(raw[i + 2]) : -1;
+        const int high = raw[i] == '%' && i + 2 < raw.size() ? hex_digit(raw[i + 1]) : -1;
+        const int low = high >= 0 ? hex_digit(raw[i + 2]) : -1;
         bytes.push_back(low >= 0 ? static_cast<char>(high * 16 + low) : raw[i]);
         if (low >= 0) i += 2;
     }

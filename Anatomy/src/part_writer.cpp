@@ -1,14 +1,13 @@
 // Content types and headers of parts; see part_writer.h.
 #include "Anatomy/src/part_writer.h"
 
+#include "Anatomy/src/exact_values.h"
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/library_text.h"
 
 namespace mmskit_anatomy {
 namespace {
 
-constexpr uint8_t code_body_type = 0x84;
-constexpr uint8_t parameter_charset = 0x81, parameter_name = 0x85, parameter_type = 0x89,
-                  parameter_start = 0x8A;
 constexpr uint8_t mixed = 0xA3, related_code = 0xB3, utf_8 = 0xEA;
 constexpr uint8_t known_types = 53;
 
@@ -17,7 +16,7 @@ constexpr uint8_t known_types = 53;
 PartWriter::PartWriter() {
     for (uint8_t code = 0; code < known_types; ++code) {
         const LibraryText type = well_known_media_type(code);
-        if (type != nullptr) codes_.emplace(folded(type.get()), code);
+        if (type != nullptr) codes_.emplace(lower_case(type.get()), code);
     }
 }
 
@@ -29,7 +28,7 @@ std::string PartWriter::spelled(std::string_view type) const {
 }
 
 void PartWriter::write_type(BytesWriter& out, std::string_view type) const {
-    if (const auto found = codes_.find(folded(type)); found != codes_.end())
+    if (const auto found = codes_.find(lower_case(type)); found != codes_.end())
         out.octet(0x80U | found->second);
     else
         out.plain(type);
@@ -37,7 +36,7 @@ void PartWriter::write_type(BytesWriter& out, std::string_view type) const {
 
 std::string PartWriter::body_type(bool related, std::string_view start) const {
     BytesWriter out;
-    out.octet(code_body_type);
+    out.octet(code_content_type);
     if (!related) {
         out.octet(mixed);
         return std::move(out.bytes);

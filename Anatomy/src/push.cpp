@@ -32,7 +32,7 @@ std::string_view text_of_slice(mmskit::Slice slice) {
     return {reinterpret_cast<const char*>(slice.data), slice.size};
 }
 
-uint64_t read_uintvar(BoundedReader& in) {
+uint64_t read_short_uintvar(BoundedReader& in) {
     uint64_t value = 0;
     for (int octets = 0; octets < 5; ++octets) {
         const uint8_t octet = in.byte();
@@ -45,7 +45,7 @@ uint64_t read_uintvar(BoundedReader& in) {
 // Length of a value that begins with a length (WAP-230 8.4.2.2); the cursor ends behind the length.
 uint64_t read_value_length(BoundedReader& in) {
     const uint8_t first = in.byte();
-    return first == 31 ? read_uintvar(in) : first;
+    return first == 31 ? read_short_uintvar(in) : first;
 }
 
 // The cursor ends behind the value, whatever it is (WAP-230 8.4.1.2).
@@ -67,13 +67,13 @@ bool is_media_type(std::string_view text) {
 }
 
 // The media type at the cursor, as a name or as a code; the cursor ends behind the whole value.
-struct ContentType {
+struct PushContentType {
     uint8_t code = 0;
     std::string_view name;
     bool plausible = false;
 };
-ContentType read_content_type(BoundedReader& in) {
-    ContentType type;
+PushContentType read_push_type(BoundedReader& in) {
+    PushContentType type;
     const uint8_t first = in.peek();
     BoundedReader value = in;
     if (first < 32) {
@@ -93,7 +93,7 @@ ContentType read_content_type(BoundedReader& in) {
     return type;
 }
 
-const PushType* find_type(const ContentType& type) {
+const PushType* find_type(const PushContentType& type) {
     for (const PushType& known : push_types) {
         const bool named = type.name.substr(0, type.name.find(';')) == known.name;
         if (type.code != 0 ? type.code == known.code : named) return &known;
@@ -130,7 +130,7 @@ class PushWalk {
         field("transaction id", [&] { in_.skip(1); });
         field("push type", [&] { in_.skip(1); });
         uint64_t length = 0;
-        const auto node = field("headers length", [&] { length = read_uintvar(in_); });
+        const auto node = field("headers length", [&] { length = read_short_uintvar(in_); });
         const uint64_t end = in_.position() + length;
         if (end > place_.length) {
             tree_.flaw(node, MMS_FLAW_LOST, "the headers of the push are cut");
@@ -163,7 +163,7 @@ class PushWalk {
 
     const PushType* content_type() {
         const uint64_t from = in_.position();
-        const ContentType type = read_content_type(in_);
+        const PushContentType type = read_push_type(in_);
         const PushType* const known = find_type(type);
         const Place place = since(from);
         std::string name(known != nullptr ? known->name : type.name);
@@ -231,9 +231,9 @@ bool is_push(Bytes bytes) {
     if (bytes.size() < 4 || (bytes[1] != push_pdu && bytes[1] != confirmed_push_pdu)) return false;
     BoundedReader in(bytes.data(), bytes.size());
     in.skip(2);
-    const uint64_t length = read_uintvar(in);
+    const uint64_t length = read_short_uintvar(in);
     if (length == 0 || length > 0xFFFF || in.at_end()) return false;
-    const ContentType type = read_content_type(in);
+    const PushContentType type = read_push_type(in);
     return type.plausible && (find_type(type) != nullptr || !in.past_end());
 }
 

@@ -58,8 +58,6 @@ bool can_stand_in_value(std::string_view text);
 // ---- Values -----------------------------------------------------------------------------------
 
 std::string_view stripped(std::string_view text);
-std::string folded(std::string_view text);  // ASCII letters in lower case
-bool equal_folded(std::string_view a, std::string_view b);
 
 // A clock value in any form of SMIL ("1:02:03.5", "02:30", "2.5s", "1min", "300ms", "5"); 0 for
 // words and events, and saturating.

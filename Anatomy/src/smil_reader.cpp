@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <unordered_map>
 
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/smil.h"
 #include "Anatomy/src/smil_scanner.h"
 
@@ -40,7 +41,7 @@ constexpr ElementRow element_rows[] = {
 
 const ElementRow* row_of(std::string_view name) {
     for (const ElementRow& row : element_rows)
-        if (equal_folded(name, row.name)) return &row;
+        if (same_word(name, row.name)) return &row;
     return nullptr;
 }
 
@@ -50,9 +51,9 @@ std::string_view value_in(const SmilTag& tag, std::string_view name) {
     return value != nullptr ? stripped(*value) : std::string_view();
 }
 
-class Reader {
+class SmilReader {
   public:
-    explicit Reader(std::string_view text) : scanner_(text) {}
+    explicit SmilReader(std::string_view text) : scanner_(text) {}
 
     Presentation read() {
         for (SmilTag tag; scanner_.next(tag);)
@@ -156,7 +157,7 @@ class Reader {
         media.kind = kind;
         bool any = false;
         for (const SmilAttribute& attribute : tag.attributes) {
-            if (!equal_folded(attribute.name, "src")) continue;
+            if (!same_word(attribute.name, "src")) continue;
             const std::string_view source = stripped(attribute.value);
             if (source.empty()) continue;
             if (any) {
@@ -187,9 +188,9 @@ class Reader {
         const std::string* value = tag.value_of("value");
         if (value == nullptr || !slide_open_) return;
         const bool background =
-            equal_folded(name, "background-color") || equal_folded(name, "backgroundcolor");
+            same_word(name, "background-color") || same_word(name, "backgroundcolor");
         const bool foreground =
-            equal_folded(name, "foreground-color") || equal_folded(name, "foregroundcolor");
+            same_word(name, "foreground-color") || same_word(name, "foregroundcolor");
         const Colour colour = colour_value(*value);
         if (!colour) return;
         if (background && !in_text_) slide_.background = colour;
@@ -241,12 +242,12 @@ class Reader {
             region.width = length_value(text.width, out_.width);
             region.height = length_value(text.height, out_.height);
             by_id[region.id] = static_cast<int32_t>(i);  // the last of one name holds
-            by_folded_id[folded(region.id)] = static_cast<int32_t>(i);
+            by_folded_id[lower_case(region.id)] = static_cast<int32_t>(i);
         }
         std::vector<int32_t> found(wanted_.size(), -1);
         for (const auto& [name, number] : wanted_) {
             const auto exact = by_id.find(name);
-            const auto loose = by_folded_id.find(folded(name));
+            const auto loose = by_folded_id.find(lower_case(name));
             if (loose == by_folded_id.end()) continue;
             found[static_cast<std::size_t>(number)] =
                 exact != by_id.end() ? exact->second : loose->second;
@@ -270,7 +271,7 @@ class Reader {
 }  // namespace
 
 Presentation read_presentation(std::string_view utf8) {
-    return Reader(utf8).read();
+    return SmilReader(utf8).read();
 }
 
 }  // namespace mmskit_anatomy

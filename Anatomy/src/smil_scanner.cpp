@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/smil.h"
 
 namespace mmskit_anatomy {
@@ -100,7 +101,7 @@ std::string without_entities(std::string_view text) {
 
 const std::string* SmilTag::value_of(std::string_view attribute) const {
     for (const SmilAttribute& a : attributes)
-        if (equal_folded(a.name, attribute)) return &a.value;
+        if (same_word(a.name, attribute)) return &a.value;
     return nullptr;
 }
 
@@ -150,7 +151,7 @@ void SmilScanner::pass_markup() {
     if (rest.starts_with("!--")) return (void)pass_behind("-->", at_ + 3, no_comment_end_);
     if (rest.starts_with("![CDATA[")) return (void)pass_behind("]]>", at_ + 8, no_data_end_);
     if (rest[0] == '?' && pass_behind("?>", at_ + 1, no_instruction_end_)) return;
-    if (equal_folded(rest.substr(0, 8), "!doctype") && !document_type_seen_) {
+    if (same_word(rest.substr(0, 8), "!doctype") && !document_type_seen_) {
         document_type_seen_ = true;
         pass_document_type();
         return;

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/smil.h"
 #include "Anatomy/src/smil_scanner.h"
 
@@ -11,9 +12,6 @@ namespace {
 
 constexpr bool is_digit(char c) {
     return c >= '0' && c <= '9';
-}
-constexpr char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 constexpr int32_t saturated(int64_t value) {
     return static_cast<int32_t>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
@@ -41,10 +39,8 @@ constexpr std::array<NamedColour, 15> named_colours = {{{"AQUA", 0xFF00FFFF},
 constexpr uint32_t white = 0xFFFFFFFF;
 
 constexpr uint32_t digit_value(char c) {
-    if (is_digit(c)) return static_cast<uint32_t>(c - '0');
-    const char low = lower(c);
-    if (low >= 'a' && low <= 'f') return static_cast<uint32_t>(low - 'a' + 10);
-    return static_cast<unsigned char>(c);
+    const int digit = hex_digit(c);
+    return digit >= 0 ? static_cast<uint32_t>(digit) : static_cast<unsigned char>(c);
 }
 constexpr bool is_hex(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return digit_value(c) < 16; });
@@ -88,8 +84,8 @@ int64_t milliseconds(const Quantity& number, int64_t unit) {
 // The unit of a count, in ms. What is not written out is taken by its first letters.
 int64_t unit_of(std::string_view text) {
     text = stripped(text);
-    const char first = text.empty() ? 's' : lower(text[0]);
-    const char second = text.size() > 1 ? lower(text[1]) : '\0';
+    const char first = text.empty() ? 's' : to_lower(text[0]);
+    const char second = text.size() > 1 ? to_lower(text[1]) : '\0';
     if (first == 'h') return 3'600'000;
     if (first == 'm') return second == 's' ? 1 : 60'000;
     return 1000;
@@ -130,17 +126,6 @@ std::string_view stripped(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
-std::string folded(std::string_view text) {
-    std::string out(text);
-    std::transform(out.begin(), out.end(), out.begin(), lower);
-    return out;
-}
-
-bool equal_folded(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return lower(x) == lower(y); });
-}
-
 int32_t clock_value(std::string_view text) {
     text = stripped(text.substr(0, text.find(';')));  // the first of a list
     if (text.empty()) return 0;
@@ -166,17 +151,17 @@ int32_t length_value(std::string_view text, int32_t whole) {
 
 Colour colour_value(std::string_view text) {
     text = stripped(text);
-    if (text.empty() || equal_folded(text, "transparent") || equal_folded(text, "inherit"))
+    if (text.empty() || same_word(text, "transparent") || same_word(text, "inherit"))
         return std::nullopt;
-    if (equal_folded(text.substr(0, 4), "rgb(")) return rgb_value(text);
+    if (same_word(text.substr(0, 4), "rgb(")) return rgb_value(text);
     if (text[0] == '#') {
         if (text.size() != 4 || !is_hex(text.substr(1))) return exact_colour(text);
         const char doubled[] = {'#', text[1], text[1], text[2], text[2], text[3], text[3]};
         return exact_colour({doubled, sizeof doubled});
     }
     for (const NamedColour& colour : named_colours)
-        if (equal_folded(text, colour.name)) return colour.value;
-    if (equal_folded(text, "grey")) return 0xFF808080;
+        if (same_word(text, colour.name)) return colour.value;
+    if (same_word(text, "grey")) return 0xFF808080;
     if (text.size() == 6 && is_hex(text)) return hex_value(text);
     return white;
 }

@@ -4,26 +4,12 @@
 
 #include "Anatomy/src/charset.h"
 #include "Anatomy/src/cursor.h"
+#include "Anatomy/src/exact_values.h"
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/mms_fields.h"
 
 namespace mmskit_anatomy {
 namespace {
-
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-
-bool two_octets_a_character(uint32_t charset) {
-    return charset == mib_ucs2 || (charset >= mib_utf_16be && charset <= mib_utf_16);
-}
-bool wide(uint32_t charset) {
-    return two_octets_a_character(charset) || charset == 1001 ||
-           (charset >= 1017 && charset <= 1019);
-}
-
-std::string_view without_quote(std::string_view text) {
-    return !text.empty() && static_cast<uint8_t>(text[0]) == text_quote ? text.substr(1) : text;
-}
 
 // What the exact decoders make of the value at the cursor: the text, and where they go on.
 struct ExactText {
@@ -74,7 +60,7 @@ Reading read_head(Cursor cursor, bool one_octet_length) {
 
 // Where the text really ends, its terminator included.
 uint32_t end_of_text(const Cursor& cursor, const Reading& reading) {
-    if (!wide(reading.charset)) {
+    if (!is_wide(reading.charset)) {
         const uint32_t nul = cursor.next_nul(reading.text);
         return nul >= cursor.end ? cursor.end + 1 : nul + 1;
     }
@@ -99,11 +85,11 @@ bool length_is_true(const Cursor& cursor, const Reading& reading) {
 
 void take(const Cursor& cursor, const Reading& reading, uint32_t end, EncodedText& out) {
     Bytes raw = cursor.bytes(reading.text, std::min(end, cursor.end));
-    const std::size_t unit = wide(reading.charset) ? 2 : 1;
+    const std::size_t unit = is_wide(reading.charset) ? 2 : 1;
     while (raw.size() >= unit && only_zeros(raw.last(unit)))
         raw = raw.first(raw.size() - unit);
     if (raw.size() == 1 && unit == 2 && raw[0] == 0) raw = {};
-    if (!raw.empty() && raw[0] == text_quote) raw = raw.subspan(1);
+    if (!raw.empty() && raw[0] == quote_octet) raw = raw.subspan(1);
     out.charset = reading.charset;
     out.has_charset = true;
     const Text text = to_utf8(raw, reading.charset);
@@ -149,7 +135,7 @@ void read_counted(Cursor& cursor, EncodedText& out) {
     const uint32_t nul_end = end_of_text(cursor, reading);
     const bool true_length = truthful || length_is_true(cursor, reading);
     uint32_t end = nul_end;
-    if (true_length || (wide(reading.charset) && reading.end <= cursor.end))
+    if (true_length || (is_wide(reading.charset) && reading.end <= cursor.end))
         end = static_cast<uint32_t>(reading.end);
     out.cut = end > cursor.end;
     if (out.cut && reading.end > cursor.end) out.declared = reading.end - reading.text;
@@ -203,17 +189,6 @@ EncodedText read_encoded_text(Cursor& cursor) {
     if (decode_words(out.utf8)) out.flaw = "encoded words";
     out.exact = exact.read && exact.end == cursor.at && exact.text == out.utf8;
     return out;
-}
-
-std::string lower_case(std::string_view text) {
-    std::string out(text);
-    std::transform(out.begin(), out.end(), out.begin(), lower);
-    return out;
-}
-
-bool same_word(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
-                                              [](char x, char y) { return lower(x) == lower(y); });
 }
 
 std::string_view trimmed(std::string_view text) {

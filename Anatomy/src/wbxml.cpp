@@ -26,9 +26,10 @@ constexpr Global globals[] = {
     {0xC3, 0xC3, Takes::bytes},    // OPAQUE
 };
 
-class Walk {
+class WbxmlWalk {
   public:
-    explicit Walk(Bytes document) : in_(document, {0, 0, static_cast<uint32_t>(document.size())}) {}
+    explicit WbxmlWalk(Bytes document)
+        : in_(document, {0, 0, static_cast<uint32_t>(document.size())}) {}
 
     std::size_t end() {
         prologue();
@@ -110,7 +111,7 @@ class Walk {
 }  // namespace
 
 std::size_t wbxml_end(Bytes document) {
-    return Walk(document).end();
+    return WbxmlWalk(document).end();
 }
 
 }  // namespace mmskit_anatomy

@@ -20,7 +20,7 @@ Bytes as_bytes(std::string_view text) {
 }
 
 // Between the words: white space, or nothing.
-std::size_t blanks(std::string_view text) {
+std::size_t leading_blanks(std::string_view text) {
     const std::size_t end = text.find_first_not_of(" \t\r\n");
     return end == std::string_view::npos ? text.size() : end;
 }
@@ -88,7 +88,7 @@ bool decode_words(std::string& text) {
         while (word) {
             run.insert(run.end(), word->bytes.begin(), word->bytes.end());
             rest.remove_prefix(word->size);
-            const std::size_t gap = blanks(rest);
+            const std::size_t gap = leading_blanks(rest);
             std::optional<Word> next = word_at(rest.substr(gap));
             if (next) rest.remove_prefix(gap);
             if (!next || next->charset != word->charset) {

@@ -85,6 +85,12 @@ TEST_F(Compose, show_tells_what_was_composed) {
     EXPECT_FALSE(message["headers"].contains("from")) << "the sender is hidden";
 }
 
+TEST_F(Compose, escapes_of_json_are_undone) {
+    write("m.json", R"({"to": "+1", "subject": "\u0041\u00e4\u20ac\ud83d\ude00\/\\\""})");
+    (void)run("compose m.json -o m.mms");
+    EXPECT_EQ(shown("m.mms")["headers"]["subject"], "Aä€😀/\\\"");
+}
+
 TEST_F(Compose, complaints_name_the_key) {
     std::string eleven = "--to +1";
     for (int i = 0; i < 11; ++i)
@@ -94,7 +100,16 @@ TEST_F(Compose, complaints_name_the_key) {
         int code;
         std::string complaint;
     } cases[] = {
-        {R"({"to": )", 1, "parse error at line 1, column 8"},
+        {R"({"to": )", 1, "parse error at line 1, column 7: "},
+        {"{\"to\": \"+1\",\n}", 1, "parse error at line 2, column 1: "},
+        {"{\"subject\": \"\xC0\x80\"}", 1, "parse error at line 1, column 13: "},
+        {R"({"subject": 5})", 1, "subject: it is not a string"},
+        {R"({"read_report": "yes"})", 1, "read_report: it is not true or false"},
+        {R"({"slides": [{"text": "a", "text": "b"}]})", 1,
+         "parse error at line 1, column 32: duplicate object key near '\"text\"'"},
+        {R"({"slides": [[]]})", 1, "slides[0]: it is not an object"},
+        {R"({"slides": [{},{},{},{},{},{},{},{},{},{},{}]})", 1,
+         "slides: a message has at most 10"},
         {R"({"too": "+1"})", 1, "too: there is no such key"},
         {R"({"to": ["+1", "+1;+2"]})", 1, "to[1]: \"+1;+2\" is not an address"},
         {R"({"to": "+1,+2"})", 1, "to[0]: \"+1,+2\" is not one address"},

@@ -1,10 +1,6 @@
 // mmskit preview: a message as a page that plays it in a browser, or a folder of messages as such
 // pages with an index.
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <set>
 #include <unordered_map>
@@ -12,6 +8,7 @@
 #include "commands/commands.h"
 #include "ground/exit_status.h"
 #include "ground/file_io.h"
+#include "ground/file_walk.h"
 #include "ground/safe_text.h"
 #include "reading/open_message.h"
 #include "reading/page.h"
@@ -37,30 +34,6 @@ int preview_file(const PreviewOptions& options) {
     return exit_status(facts);
 }
 
-// A counter on a terminal, once the work has taken a second.
-class Progress {
-  public:
-    explicit Progress(std::size_t total) : total_(total) {}
-    ~Progress() {
-        if (shown_) (void)std::fputs("\r\x1b[K", stderr);
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-    void step(std::size_t done) {
-        if (!terminal_ || Clock::now() < next_) return;
-        (void)std::fprintf(stderr, "\r%zu of %zu files", done, total_);
-        shown_ = true;
-        next_ = Clock::now() + std::chrono::milliseconds(200);
-    }
-
-  private:
-    using Clock = std::chrono::steady_clock;
-    std::size_t total_;
-    bool terminal_ = ::isatty(STDERR_FILENO) != 0;
-    bool shown_ = false;
-    Clock::time_point next_ = Clock::now() + std::chrono::seconds(1);
-};
-
 // The pages of a folder. One message is held at a time; what stays is its row of the index.
 class FolderPreview {
   public:
@@ -72,13 +45,13 @@ class FolderPreview {
 
     void write() {
         std::size_t shown = 0;
-        Progress progress(files_.size());
+        Progress progress(false, files_.size());
         std::vector<Row> rows;
-        for (std::size_t i = 0; i < files_.size(); ++i) {
-            const IndexRow row = page_of(files_[i]);
+        for (const auto& file : files_) {
+            const IndexRow row = page_of(file);
             shown += row.error.empty() ? 1 : 0;
             rows.push_back({row.date, render_index_row(row)});
-            progress.step(i + 1);
+            progress.step();
         }
         // Newest first, those without a date last; equal ones stay in the order of their names.
         std::stable_sort(rows.begin(), rows.end(),

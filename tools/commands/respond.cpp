@@ -85,8 +85,8 @@ class Answered {
     std::unique_ptr<OpenMessage> message_;
 };
 
-constexpr std::string_view notification = "m-notification-ind";
-constexpr std::string_view retrieved = "m-retrieve-conf";
+constexpr std::string_view kind_notification = "m-notification-ind";
+constexpr std::string_view kind_retrieved = "m-retrieve-conf";
 
 std::string transaction_id(const RespondOptions& options, std::string_view kind) {
     const Answered answered(options.file);
@@ -101,7 +101,7 @@ std::string parse_sender(std::string_view from) {
 }
 
 void respond_notify(const RespondOptions& options) {
-    const std::string id = transaction_id(options, notification);
+    const std::string id = transaction_id(options, kind_notification);
     const auto* status = std::find(statuses.begin(), statuses.end(), options.status);
     const auto code = static_cast<int32_t>(0x80 + (status - statuses.begin()));
     uint32_t size = 0;
@@ -110,7 +110,7 @@ void respond_notify(const RespondOptions& options) {
 }
 
 void respond_ack(const RespondOptions& options) {
-    const std::string id = transaction_id(options, retrieved);
+    const std::string id = transaction_id(options, kind_retrieved);
     uint32_t size = 0;
     uint8_t* pdu = fnMMS_MakeAcknowledgePdu(id.c_str(), options.no_report ? 0 : 1, &size);
     write_pdu(options, pdu, size);
@@ -118,7 +118,7 @@ void respond_ack(const RespondOptions& options) {
 
 void respond_read(const RespondOptions& options) {
     const Answered answered(options.file);
-    answered.require_kind(retrieved);
+    answered.require_kind(kind_retrieved);
     std::string id = answered.value(options.message_id, "--message-id", "message_id", parse_token);
     std::string to = answered.value(options.to, "--to", "from", parse_sender);
     tMMS_ReadRecInd report{};  // borrows both texts

@@ -28,7 +28,7 @@ struct Action {
     std::string_view name;
     std::size_t words;
 };
-constexpr Action actions[] = {{"get", 1}, {"set", 2}, {"unset", 1}, {"list", 0}};
+constexpr Action store_actions[] = {{"get", 1}, {"set", 2}, {"unset", 1}, {"list", 0}};
 
 std::string_view text_or_empty(const char* text) {
     return text != nullptr ? text : "";
@@ -129,7 +129,7 @@ void get_entry(Store& store, const StoreOptions& options) {
 }
 
 void check_words(const StoreOptions& options) {
-    for (const Action& action : actions) {
+    for (const Action& action : store_actions) {
         if (action.name != options.action) continue;
         if (action.words == options.words.size()) return;
         throw WrongUsage(options.action + " takes " + std::to_string(action.words) +

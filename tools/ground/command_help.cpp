@@ -7,7 +7,7 @@
 namespace mmskit_tool {
 namespace {
 
-constexpr std::size_t width = 80;
+constexpr std::size_t line_width = 80;
 constexpr std::size_t text_column = 28;
 
 // Puts words on a line until it is full, then on the next, which begins at the column.
@@ -15,7 +15,7 @@ void append_wrapped(std::string& out, std::size_t column, std::string_view text)
     std::size_t at = out.size() - (out.rfind('\n') + 1);
     while (!text.empty()) {
         const std::size_t length = std::min(text.find(' '), text.size());
-        if (at + 1 + length > width) {
+        if (at + 1 + length > line_width) {
             out += '\n' + std::string(column, ' ');
             at = column;
         } else if (at > column) {

@@ -56,8 +56,9 @@ void for_each_file(const std::vector<std::string>& paths,
     }
 }
 
-Progress::Progress(bool rows_go_out)
+Progress::Progress(bool rows_go_out, std::size_t total)
     : wanted_(isatty(STDERR_FILENO) != 0 && !(rows_go_out && isatty(STDOUT_FILENO) != 0)),
+      total_(total),
       next_(Clock::now() + std::chrono::seconds(1)) {}
 
 void Progress::step() {
@@ -65,7 +66,8 @@ void Progress::step() {
     if (!wanted_ || Clock::now() < next_) return;
     next_ = Clock::now() + std::chrono::milliseconds(200);
     shown_ = true;
-    (void)std::fprintf(stderr, "\r%zu files", done_);
+    const std::string of_all = total_ != 0 ? " of " + std::to_string(total_) : std::string();
+    (void)std::fprintf(stderr, "\r%zu%s files", done_, of_all.c_str());
 }
 
 void Progress::clear() {

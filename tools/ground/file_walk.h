@@ -20,11 +20,11 @@ void complain_of_failed(std::size_t failed, std::size_t files);
 
 bool is_folder(const std::string& path);
 
-// A line on a terminal that says how many are done, from a second on. It stays out of the way of
-// rows that go to the same terminal.
+// A line on a terminal that says how many are done, from a second on, and of how many where `total`
+// is not 0. It stays out of the way of rows that go to the same terminal.
 class Progress {
   public:
-    explicit Progress(bool rows_go_out);
+    explicit Progress(bool rows_go_out, std::size_t total = 0);
     ~Progress() { clear(); }
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -36,7 +36,7 @@ class Progress {
     using Clock = std::chrono::steady_clock;
     bool wanted_;
     bool shown_ = false;
-    std::size_t done_ = 0;
+    std::size_t done_ = 0, total_;
     Clock::time_point next_;
 };
 

@@ -48,34 +48,18 @@ void for_each_scalar(std::string_view text, Each each) {
     }
 }
 
-bool between(char32_t c, char32_t low, char32_t high) {
-    return c >= low && c <= high;
-}
-
-struct Range {
-    char32_t first, last;
-};
-
 // Controls, direction marks, overrides and isolates, line and paragraph separators.
-constexpr Range unsafe_ranges[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C},
-                                   {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+constexpr CharacterRange unsafe_ranges[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C},
+                                            {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
 
 // What shows nothing and makes two names look alike: soft hyphen, joiners and fillers without a
 // width, byte order mark, tags. The zero-width joiners (200C, 200D) and the variation selectors are
 // not here, since scripts and emoji cannot be written without them.
-constexpr Range invisible_ranges[] = {
+constexpr CharacterRange invisible_ranges[] = {
     {0x00AD, 0x00AD},   {0x034F, 0x034F},   {0x115F, 0x1160},   {0x17B4, 0x17B5},
     {0x180B, 0x180F},   {0x200B, 0x200B},   {0x2060, 0x2065},   {0x206A, 0x206F},
     {0x3164, 0x3164},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFFB},
     {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE00FF}, {0xE01F0, 0xE0FFF}};
-
-template <std::size_t count>
-bool in_any(char32_t c, const Range (&ranges)[count]) {
-    for (const Range& range : ranges) {
-        if (between(c, range.first, range.last)) return true;
-    }
-    return false;
-}
 
 bool drives_terminal(char32_t c) {
     return in_any(c, unsafe_ranges);

@@ -21,6 +21,17 @@ std::string visible(std::string_view text);
 // soft hyphens and the tags of a flag do their work there.
 std::string visible_prose(std::string_view text);
 
+struct CharacterRange {
+    char32_t first, last;
+};
+template <std::size_t count>
+bool in_any(char32_t c, const CharacterRange (&ranges)[count]) {
+    for (const CharacterRange& range : ranges) {
+        if (c >= range.first && c <= range.last) return true;
+    }
+    return false;
+}
+
 // Whether the text is UTF-8 throughout (RFC 3629).
 bool is_utf8(std::string_view text);
 

@@ -22,7 +22,7 @@ constexpr std::size_t bytes_width = 3 * shown_bytes + 2;
 constexpr const char* dim = "\x1b[2m";
 constexpr const char* bold = "\x1b[1m";
 constexpr const char* red = "\x1b[31m";
-constexpr const char* plain = "\x1b[0m";
+constexpr const char* upright = "\x1b[0m";
 
 class Explanation {
   public:
@@ -127,7 +127,7 @@ class Explanation {
     }
 
     [[nodiscard]] std::string painted(const char* colour, const std::string& text) const {
-        return style_.colour ? colour + text + plain : text;
+        return style_.colour ? colour + text + upright : text;
     }
 
     const tMMS_Anatomy& anatomy_;

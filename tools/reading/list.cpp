@@ -9,27 +9,12 @@
 namespace mmskit_tool {
 namespace {
 
-struct Range {
-    uint32_t first, last;
-};
 // Characters of two columns on a terminal, and of none (Unicode TR11 and combining marks): the
 // blocks that names and subjects are written in.
-constexpr std::array<Range, 8> wide{{{0x1100, 0x115F},
-                                     {0x2E80, 0xA4CF},
-                                     {0xAC00, 0xD7A3},
-                                     {0xF900, 0xFAFF},
-                                     {0xFE30, 0xFE6F},
-                                     {0xFF00, 0xFF60},
-                                     {0x1F300, 0x1FAFF},
-                                     {0x20000, 0x3FFFD}}};
-constexpr std::array<Range, 3> narrow{{{0x300, 0x36F}, {0x200B, 0x200F}, {0xFE00, 0xFE0F}}};
-
-template <std::size_t count>
-bool in_one_of(const std::array<Range, count>& ranges, uint32_t character) {
-    return std::any_of(ranges.begin(), ranges.end(), [&](const Range& range) {
-        return character >= range.first && character <= range.last;
-    });
-}
+constexpr CharacterRange wide[] = {{0x1100, 0x115F},   {0x2E80, 0xA4CF},  {0xAC00, 0xD7A3},
+                                   {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},  {0xFF00, 0xFF60},
+                                   {0x1F300, 0x1FAFF}, {0x20000, 0x3FFFD}};
+constexpr CharacterRange narrow[] = {{0x300, 0x36F}, {0x200B, 0x200F}, {0xFE00, 0xFE0F}};
 
 // The next character of a text that is UTF-8, and its bytes.
 std::pair<uint32_t, std::size_t> next_character(std::string_view text) {
@@ -49,9 +34,7 @@ std::string in_columns(const std::string& text, std::size_t width) {
     std::size_t fits_columns = 0;
     for (std::string_view rest = text; !rest.empty();) {
         const auto [character, bytes] = next_character(rest);
-        const std::size_t columns = in_one_of(narrow, character) ? 0
-                                    : in_one_of(wide, character) ? 2
-                                                                 : 1;
+        const std::size_t columns = in_any(character, narrow) ? 0 : in_any(character, wide) ? 2 : 1;
         if (used + columns > width) {
             out.resize(fits);
             return out + "…" + std::string(width - fits_columns - 1, ' ');

@@ -12,18 +12,18 @@
 namespace mmskit_tool {
 namespace {
 
-struct Magic {
+struct PictureMark {
     std::string_view bytes;
     std::size_t offset;
     PictureType picture;
 };
-constexpr std::array magics{
-    Magic{"\xFF\xD8\xFF", 0, {"image/jpeg", ".jpg"}},
-    Magic{"\x89PNG\r\n\x1A\n", 0, {"image/png", ".png"}},
-    Magic{"GIF8", 0, {"image/gif", ".gif"}},
-    Magic{"WEBP", 8, {"image/webp", ".webp"}},
-    Magic{"BM", 0, {"image/bmp", ".bmp"}},
-    Magic{"ftypavif", 4, {"image/avif", ".avif"}},
+constexpr std::array picture_marks{
+    PictureMark{"\xFF\xD8\xFF", 0, {"image/jpeg", ".jpg"}},
+    PictureMark{"\x89PNG\r\n\x1A\n", 0, {"image/png", ".png"}},
+    PictureMark{"GIF8", 0, {"image/gif", ".gif"}},
+    PictureMark{"WEBP", 8, {"image/webp", ".webp"}},
+    PictureMark{"BM", 0, {"image/bmp", ".bmp"}},
+    PictureMark{"ftypavif", 4, {"image/avif", ".avif"}},
 };
 
 // What the sender calls it, and what a browser is told. Containers of phones are those of MP4.
@@ -95,10 +95,11 @@ BrowserMedia wireless_bitmap(const MediaFact& media) {
 
 const PictureType* picture_type(std::span<const uint8_t> data) {
     const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
-    const auto* found = std::find_if(magics.begin(), magics.end(), [&](const Magic& magic) {
-        return bytes.size() >= magic.offset && bytes.substr(magic.offset).starts_with(magic.bytes);
-    });
-    return found != magics.end() ? &found->picture : nullptr;
+    const auto* found =
+        std::find_if(picture_marks.begin(), picture_marks.end(), [&](const PictureMark& mark) {
+            return bytes.size() >= mark.offset && bytes.substr(mark.offset).starts_with(mark.bytes);
+        });
+    return found != picture_marks.end() ? &found->picture : nullptr;
 }
 
 BrowserMedia browser_media(const MediaFact& media, ConversionBudget& budget) {

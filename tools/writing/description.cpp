@@ -1,10 +1,13 @@
 // A message described by a JSON document or by words of the command line, taken apart into keys
 // and words. The document's schema is docs/compose.md; what it does not know is refused, so that a
 // misspelt key never goes unnoticed.
+#include <jansson.h>
+
 #include <algorithm>
 #include <array>
-#include <nlohmann/json.hpp>
-#include <set>
+#include <memory>
+#include <new>
+#include <span>
 
 #include "ground/safe_text.h"
 #include "writing/message_plan.h"
@@ -31,8 +34,6 @@ const std::size_t field_key_count = std::size(field_keys);
 
 namespace {
 
-using nlohmann::json;
-
 constexpr std::array<std::string_view, 22> slide_keys{
     "duration",   "background", "foreground",  "text",        "text_file",   "text_begin",
     "text_end",   "image",      "image_name",  "image_type",  "image_begin", "image_end",
@@ -40,10 +41,10 @@ constexpr std::array<std::string_view, 22> slide_keys{
     "video_name", "video_type", "video_begin", "video_end"};
 constexpr std::array<std::string_view, 3> attachment_keys{"file", "name", "type"};
 
-struct Alias {
+struct ShortKey {
     std::string_view word, key;
 };
-constexpr Alias aliases[] = {{"dur", "duration"}, {"bg", "background"}, {"fg", "foreground"}};
+constexpr ShortKey short_keys[] = {{"dur", "duration"}, {"bg", "background"}, {"fg", "foreground"}};
 
 // ---- Words -------------------------------------------------------------------------------------
 
@@ -53,8 +54,8 @@ std::pair<std::string, std::string> key_and_word(const std::string& item, const 
     if (equals == std::string::npos || equals == 0) where.fail(item, "it is not key=value");
     std::string key = item.substr(0, equals);
     std::replace(key.begin(), key.end(), '-', '_');
-    for (const Alias& alias : aliases) {
-        if (key == alias.word) key = alias.key;
+    for (const ShortKey& known : short_keys) {
+        if (key == known.word) key = known.key;
     }
     return {key, item.substr(equals + 1)};
 }
@@ -70,89 +71,99 @@ void add_slide_word(Items& items, std::string key, std::string word) {
 
 // ---- JSON --------------------------------------------------------------------------------------
 
-class JsonReader {
+struct JsonRelease {
+    void operator()(json_t* document) const { json_decref(document); }
+};
+using Json = std::unique_ptr<json_t, JsonRelease>;
+
+// Of two equal keys nobody knows which was meant, so they are refused like what is no JSON.
+Json parsed(std::string_view text, const std::string& name) {
+    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+    if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
+    if (text.data() == nullptr) text = "";  // the parser wants a pointer for no bytes, too
+    constexpr std::size_t flags = JSON_REJECT_DUPLICATES | JSON_DECODE_ANY | JSON_ALLOW_NUL;
+    json_error_t error = {};
+    Json document(json_loadb(text.data(), text.size(), flags, &error));
+    if (document != nullptr) return document;
+    if (error.text[0] == '\0') throw std::bad_alloc();  // there is no other reason without a text
+    throw Failure(visible(name + ": parse error at line " + std::to_string(error.line) +
+                          ", column " + std::to_string(error.column) + ": " + error.text));
+}
+
+// Calls each(key, value), in the order of the document.
+template <typename Each>
+void members(json_t* object, Each each) {
+    for (void* at = json_object_iter(object); at != nullptr; at = json_object_iter_next(object, at))
+        each(std::string(json_object_iter_key(at)), json_object_iter_value(at));
+}
+
+class DocumentReader {
   public:
-    JsonReader(const json& document, const std::string& file)
-        : document_(document), description_(Where{input_name(file) + ": ", false}) {
+    explicit DocumentReader(const std::string& file)
+        : description_(Where{input_name(file) + ": ", false}) {
         const std::size_t slash = file.rfind('/');
         if (slash != std::string::npos) description_.folder = file.substr(0, slash + 1);
     }
 
-    Description read() {
-        if (!document_.is_object())
+    Description read(json_t* document) {
+        if (!json_is_object(document))
             throw Failure(visible(description_.where.prefix) + "the document is not an object");
-        for (const auto& [key, value] : document_.items())
-            read_member(key, value);
+        members(document, [&](const std::string& key, json_t* value) { read_member(key, value); });
         return std::move(description_);
     }
 
   private:
-    void read_member(const std::string& key, const json& value) {
+    using Keys = std::span<const std::string_view>;
+
+    void read_member(const std::string& key, json_t* value) {
         if (key == "to") return read_list(key, value, description_.to);
         if (key == "cc") return read_list(key, value, description_.cc);
         if (key == "bcc") return read_list(key, value, description_.bcc);
-        if (key == "slides") {
-            return read_array(key, value, description_.slides,
-                              [&](Items& items, const json& slide) {
-                                  for (const auto& [item, word] : slide.items())
-                                      items.add(item, text(items, item, word), slide_keys);
-                              });
-        }
-        if (key == "attachments") {
-            return read_array(key, value, description_.attachments,
-                              [&](Items& items, const json& attachment) {
-                                  for (const auto& [item, word] : attachment.items())
-                                      items.add(item, text(items, item, word), attachment_keys);
-                              });
-        }
+        if (key == "slides") return read_array(key, value, description_.slides, slide_keys);
+        if (key == "attachments")
+            return read_array(key, value, description_.attachments, attachment_keys);
         add_field(description_, key, word_of(key, value));
     }
 
-    static std::string text(const Items& items, const std::string& key, const json& value) {
-        if (!value.is_string()) items.fail(key, "it is not a string");
-        return value.get<std::string>();
+    static std::string text(const std::string& key, json_t* value, const Where& where) {
+        if (!json_is_string(value)) where.fail(key, "it is not a string");
+        return {json_string_value(value), json_string_length(value)};
     }
 
-    std::string word_of(const std::string& key, const json& value) const {
+    [[nodiscard]] std::string word_of(const std::string& key, json_t* value) const {
         const auto* field = std::find_if(field_keys, field_keys + field_key_count,
                                          [&](const FieldKey& each) { return each.key == key; });
-        const bool known = field != field_keys + field_key_count;
-        if (known && field->flag) {
-            if (!value.is_boolean()) description_.where.fail(key, "it is not true or false");
-            return value.get<bool>() ? "yes" : "no";
-        }
-        if (known && !value.is_string()) description_.where.fail(key, "it is not a string");
-        return known ? value.get<std::string>() : std::string();
+        if (field == field_keys + field_key_count) return {};
+        if (!field->flag) return text(key, value, description_.where);
+        if (!json_is_boolean(value)) description_.where.fail(key, "it is not true or false");
+        return json_is_true(value) ? "yes" : "no";
     }
 
     // One string or an array of strings.
-    void read_list(const std::string& key, const json& value,
-                   std::vector<std::string>& list) const {
-        if (value.is_string()) {
-            list.push_back(value.get<std::string>());
-            return;
-        }
-        if (!value.is_array()) description_.where.fail(key, "it is not a string or an array");
-        for (std::size_t i = 0; i < value.size(); ++i) {
-            if (!value[i].is_string())
-                description_.where.fail(indexed(key, i), "it is not a string");
-            list.push_back(value[i].get<std::string>());
-        }
+    void read_list(const std::string& key, json_t* value, std::vector<std::string>& list) const {
+        const Where& where = description_.where;
+        if (json_is_string(value)) return list.push_back(text(key, value, where));
+        if (!json_is_array(value)) where.fail(key, "it is not a string or an array");
+        for (std::size_t i = 0; i < json_array_size(value); ++i)
+            list.push_back(text(indexed(key, i), json_array_get(value, i), where));
     }
 
-    template <typename Read>
-    void read_array(const std::string& key, const json& value, std::vector<Items>& list,
-                    Read read) const {
+    void read_array(const std::string& key, json_t* value, std::vector<Items>& list,
+                    Keys keys) const {
         // What the composer refuses anyway is refused before files are read for it.
         constexpr std::size_t most = 10;
-        if (!value.is_array()) description_.where.fail(key, "it is not an array");
-        if (value.size() > most) description_.where.fail(key, "a message has at most 10 of them");
-        for (std::size_t i = 0; i < value.size(); ++i) {
-            const std::string prefix = description_.where.prefix + indexed(key, i) + '.';
-            list.emplace_back(Where{prefix, false});
-            if (!value[i].is_object())
+        if (!json_is_array(value)) description_.where.fail(key, "it is not an array");
+        if (json_array_size(value) > most)
+            description_.where.fail(key, "a message has at most 10 of them");
+        for (std::size_t i = 0; i < json_array_size(value); ++i) {
+            json_t* element = json_array_get(value, i);
+            if (!json_is_object(element))
                 description_.where.fail(indexed(key, i), "it is not an object");
-            read(list.back(), value[i]);
+            const Where where{description_.where.prefix + indexed(key, i) + '.', false};
+            Items& items = list.emplace_back(where);
+            members(element, [&](const std::string& item, json_t* word) {
+                items.add(item, text(item, word, where), keys);
+            });
         }
     }
 
@@ -160,28 +171,7 @@ class JsonReader {
         return key + '[' + std::to_string(index) + ']';
     }
 
-    const json& document_;
     Description description_;
-};
-
-// The library keeps the last of two equal keys; which one was meant cannot be known.
-class TwiceGiven {
-  public:
-    explicit TwiceGiven(const Where& where) : where_(where) {}
-
-    bool operator()(int, json::parse_event_t event, const json& value) {
-        if (event == json::parse_event_t::object_start) keys_.emplace_back();
-        if (event == json::parse_event_t::object_end) keys_.pop_back();
-        if (event == json::parse_event_t::key) {
-            const std::string key = value.get<std::string>();
-            if (!keys_.back().insert(key).second) where_.fail(key, "it is given twice");
-        }
-        return true;
-    }
-
-  private:
-    const Where& where_;
-    std::vector<std::set<std::string>> keys_;
 };
 
 }  // namespace
@@ -201,14 +191,8 @@ std::string option_name(std::string_view key) {
 
 Description describe_json(const std::string& file) {
     const std::vector<uint8_t> bytes = read_input(file);
-    try {
-        const Where where{input_name(file) + ": ", false};
-        const json document = json::parse(bytes.begin(), bytes.end(), TwiceGiven(where));
-        return JsonReader(document, file).read();
-    } catch (const json::exception& error) {    // a number may be beyond all limits, too
-        const std::string what = error.what();  // begins with the library's own number
-        throw Failure(visible(input_name(file) + ": " + what.substr(what.find("] ") + 2)));
-    }
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    return DocumentReader(file).read(parsed(text, input_name(file)).get());
 }
 
 Items slide_items(const std::vector<std::string>& words, std::size_t number) {

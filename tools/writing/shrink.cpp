@@ -72,7 +72,7 @@ bool run_program(std::vector<std::string> words, const std::string& output) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-std::vector<uint8_t> bytes_of(const std::string& file) {
+std::vector<uint8_t> bytes_in(const std::string& file) {
     std::error_code error;
     return fs::exists(file, error) ? read_input(file) : std::vector<uint8_t>();
 }
@@ -159,7 +159,7 @@ class Picture {
                           "-o", output},
                          "/dev/null"))
             return {};
-        return bytes_of(written);
+        return bytes_in(written);
     }
 
     // The name says the type, for receivers that go by it.
