@@ -94,25 +94,20 @@ constexpr int32_t (*calls[])() = {fnCPS_DeleteCurImage, fnCPS_DeleteCurText,  fn
                                   fnCPS_DeleteCurVideo, fnCPS_AddSlide,       fnCPS_AddSlide,
                                   fnCPS_GoNextSlide,    fnCPS_DeleteCurSlide, fnCPS_GoPreSlide};
 
+constexpr int32_t (*calls_with_a_number[])(int32_t) = {
+    fnCPS_SetCurSlideDuration,
+    fnCPS_DeleteAttachment,
+    [](int32_t colour) -> int32_t { return fnCPS_SetCurBgColor(uint32_t(colour)), CPS_OK; },
+    [](int32_t colour) -> int32_t { return fnCPS_SetCurForeColor(uint32_t(colour)), CPS_OK; },
+    [](int32_t) -> int32_t { return fnCPS_DeleteAllAttachments(), CPS_OK; },
+    [](int32_t) -> int32_t { return fnCPS_Empty(), CPS_OK; }};
+
 int32_t call(Input& input, uint32_t which, uint32_t number) {
     if (which < std::size(calls)) return calls[which]();
     const auto value = static_cast<int32_t>(input.number());
-    switch (which - std::size(calls)) {
-        case 0:
-            return fnCPS_SetCurSlideDuration(value);
-        case 1:
-            return fnCPS_DeleteAttachment(value);
-        case 2:
-            return fnCPS_SetCurBgColor(uint32_t(value)), CPS_OK;
-        case 3:
-            return fnCPS_SetCurForeColor(uint32_t(value)), CPS_OK;
-        case 4:
-            return fnCPS_DeleteAllAttachments(), CPS_OK;
-        case 5:
-            return fnCPS_Empty(), CPS_OK;
-        default:
-            return add_medium(input, which % 5, number);
-    }
+    const size_t other = which - std::size(calls);
+    return other < std::size(calls_with_a_number) ? calls_with_a_number[other](value)
+                                                  : add_medium(input, which % 5, number);
 }
 
 void run_composer(Bytes bytes) {

@@ -1,6 +1,9 @@
 // Bodies, presentations and the slide view. Oracle: a body written from its parts has the same
 // parts; every part of a message is on a slide or an attachment; a view shows the same whatever was
 // shown before it.
+#include <sstream>
+#include <vector>
+
 #include "fuzz/harness.h"
 #include "tests/support/bytes.h"
 
@@ -71,36 +74,29 @@ void run_body(Bytes input) {
     }
 }
 
-template <typename List>
-bool holds(const List* list, const tMMS_MediaData& part) {
-    for (; list != nullptr; list = list->Next)
-        if (list->Data >= part.pData && list->Data <= part.pData + part.iDataLen) return true;
-    return false;
-}
-
 // A text is copied: where it stood cannot be told. Nor what a further `src` of an element named,
 // as the first that names a part is shown.
 void check_all_shown(const Exact& body) {
     if (fnMMS_GetLastError(nullptr) != std::string_view("no error")) return;
     const Content content = decode(body);
     if (content == nullptr) return;
-    int32_t missing = 0, elements = 0, references = 0;
-    for (const tMMS_MediaData* part = content->pMediaList; part != nullptr; part = part->pNext) {
-        bool shown = holds(tSMIL_ViewStruct.AttachmentList, *part);
-        for (const tSMIL_Par* par = tSMIL_ViewStruct.ParList; par != nullptr; par = par->Next)
-            shown = shown || holds(par->Img, *part) || holds(par->Video, *part) ||
-                    holds(par->Audio, *part);
-        missing += shown ? 0 : 1;
-    }
-    const auto count = [&](const auto* list) {
+    std::vector<const uint8_t*> shown;
+    const auto show = [&shown](const auto* list) {
         for (; list != nullptr; list = list->Next)
-            ++elements;
+            shown.push_back(list->Data);
     };
+    int32_t missing = 0, references = 0;
     for (const tSMIL_Par* par = tSMIL_ViewStruct.ParList; par != nullptr; par = par->Next) {
+        show(par->Img), show(par->Audio), show(par->Video);
         for (const tSMIL_Text* text = par->Text; text != nullptr; text = text->Next)
             --missing;
-        count(par->Img), count(par->Audio), count(par->Video);
     }
+    const auto elements = int32_t(shown.size());
+    show(tSMIL_ViewStruct.AttachmentList);
+    for (const tMMS_MediaData* part = content->pMediaList; part != nullptr; part = part->pNext)
+        missing += std::none_of(shown.begin(), shown.end(), [part](const uint8_t* data) {
+            return data >= part->pData && data <= part->pData + part->iDataLen;
+        });
     for (uint32_t i = 0; content->pSmil != nullptr && i + 3 <= content->pSmil->iDataLen; ++i)
         references +=
             fnSCRTL_strnicmp(reinterpret_cast<char*>(content->pSmil->pData) + i, "src", 3) == 0;
@@ -108,66 +104,28 @@ void check_all_shown(const Exact& body) {
          "a part is neither on a slide nor an attachment");
 }
 
-constexpr const char* snippets[] = {"<smil>",
-                                    "</smil>",
-                                    "<head>",
-                                    "</head>",
-                                    "<layout>",
-                                    "</layout>",
-                                    "<body>",
-                                    "</body>",
-                                    "<par",
-                                    "</par>",
-                                    "<seq>",
-                                    "<img",
-                                    "<audio",
-                                    "<video",
-                                    "<text",
-                                    "<ref",
-                                    "<region",
-                                    "<root-layout",
-                                    "<param",
-                                    "<meta",
-                                    "</text>",
-                                    "/>",
-                                    ">",
-                                    "<",
-                                    " src=\"sunset.jpg\"",
-                                    " src=\"cid:surf\"",
-                                    " src=\"greeting.txt\"",
-                                    " src=\"clip\"",
-                                    " src='x'",
-                                    " src=\"\"",
-                                    " dur=\"5s\"",
-                                    " begin=\"1s\"",
-                                    " end=\"500ms\"",
-                                    " region=\"Image\"",
-                                    " id=\"Image\"",
-                                    " left=\"10%\"",
-                                    " top=\"-1\"",
-                                    " width=\"160\"",
-                                    " height='99999999999'",
-                                    " fit=\"meet\"",
-                                    " background-color=\"#FF0000\"",
-                                    " name=\"foreground-color\"",
-                                    " value=\"navy\"",
-                                    "<!--",
-                                    "-->",
-                                    "\"",
-                                    "'",
-                                    "=",
-                                    " ",
-                                    "\r\n",
-                                    "&amp;",
-                                    "<?xml version=\"1.0\"?>",
-                                    " xml:lang=\"en\""};
+const std::vector<std::string> snippets = [] {
+    std::istringstream list(
+        "<smil>|</smil>|<head>|</head>|<layout>|</layout>|<body>|</body>|<par|</par>|<seq>|<img|"
+        "<audio|<video|<text|<ref|<region|<root-layout|<param|<meta|</text>|/>|>|<| "
+        "src=\"sunset.jpg\"|"
+        " src=\"cid:surf\"| src=\"greeting.txt\"| src=\"clip\"| src='x'| src=\"\"| dur=\"5s\"|"
+        " begin=\"1s\"| end=\"500ms\"| region=\"Image\"| id=\"Image\"| left=\"10%\"| top=\"-1\"|"
+        " width=\"160\"| height='99999999999'| fit=\"meet\"| background-color=\"#FF0000\"|"
+        " name=\"foreground-color\"| value=\"navy\"|<!--|-->|\"|'|=| |\r\n|&amp;|"
+        "<?xml version=\"1.0\"?>| xml:lang=\"en\"");
+    std::vector<std::string> made;
+    for (std::string each; std::getline(list, each, '|');)
+        made.push_back(each);
+    return made;
+}();
 
 // An even first byte: snippets, one a byte. Else the text as it is.
 std::string presentation(Input input) {
     if (input.byte() % 2 != 0) return text_of(input.rest);
     std::string text;
     while (!input.rest.empty())
-        text += snippets[input.below(std::size(snippets))];
+        text += snippets[input.below(uint32_t(snippets.size()))];
     return text;
 }
 

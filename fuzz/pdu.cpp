@@ -105,26 +105,12 @@ std::string text_value(const char* text, uint8_t code) {
 std::string value_of(const void* record, const Field& field) {
     const auto byte_at = [&](size_t at) { return member<char>(record, at); };
     const auto number = [&](size_t at) { return member<uint32_t>(record, at); };
-    switch (field.code) {
-        case 0x8C:
-        case 0x8D:
-        case 0x8F:
-        case 0x92:
-        case 0x95:
-        case 0x9B:
-            return {byte_at(field.at)};
-        case 0x86:
-        case 0x90:
-            return {number(field.at) != 0 ? '\x80' : '\x81'};
-        case 0x85:
-        case 0x8E:
-            return long_integer(number(field.at));
-        case 0x88: {
-            const std::string value = byte_at(field.also) + long_integer(number(field.at));
-            return static_cast<char>(value.size()) + value;
-        }
-        default:
-            break;
+    if (std::strchr("\x8C\x8D\x8F\x92\x95\x9B", field.code)) return {byte_at(field.at)};
+    if (field.code == 0x86 || field.code == 0x90) return {number(field.at) != 0 ? '\x80' : '\x81'};
+    if (field.code == 0x85 || field.code == 0x8E) return long_integer(number(field.at));
+    if (field.code == 0x88) {
+        const std::string value = byte_at(field.also) + long_integer(number(field.at));
+        return static_cast<char>(value.size()) + value;
     }
     const char* text = member<const char*>(record, field.at);
     if (text == nullptr) return {};

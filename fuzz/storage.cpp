@@ -13,6 +13,11 @@ struct List : tSCList {
     tSCListFreeFunc release;
 };
 
+// Reloading takes a line feed that one of the texts begins with.
+bool loses_line_feeds(const std::string& texts) {
+    return ('\0' + texts).find(std::string("\0\n", 2)) != std::string::npos;
+}
+
 // ---- Record files ------------------------------------------------------------------------------
 
 void* read_record(tSCFS_FileBuffer* buffer) {
@@ -26,7 +31,6 @@ void write_record(tSCFS_FileBuffer* buffer, void* record) {
     fnSCFS_Buffer_WriteLine(buffer, text, fnSC_STRLEN(text));
 }
 
-// What a list holds; a leading line feed is what reloading would take.
 std::string records(const tSCList& list) {
     std::string all;
     for (auto* node = fnSCList_BeginIter(&list); node != nullptr; node = fnSCList_NextIter(node))
@@ -41,8 +45,7 @@ void run_records(Bytes bytes) {
     const int32_t loaded = fnSCFS_Load_File_To_ListEx(file, &list, read_record, fnSC_Free);
     tell(uint64_t(loaded));
     tell(records(list));
-    for (auto* node = fnSCList_BeginIter(&list); node != nullptr; node = fnSCList_NextIter(node))
-        if (*static_cast<const char*>(node->pData) == '\n') return;
+    if (loses_line_feeds(records(list))) return;
     const int32_t saved = fnSCFS_Save_List_To_File(file, &list, write_record);
     hold(saved == loaded, "a list that was loaded is saved, and no other");
     if (saved == 0) return;
@@ -59,7 +62,7 @@ std::string entries(const tSCList& list) {
         const auto* entry = static_cast<const tSCFS_INI_Entry*>(node->pData);
         for (const char* text : {entry->pKey, entry->pValue}) {
             hold(text != nullptr, "an entry without a text");
-            if (text != nullptr) all += text + std::string(1, '\0');
+            all += (text != nullptr ? text : "\n") + std::string(1, '\0');
         }
     }
     return all;
@@ -81,11 +84,7 @@ void run_ini(Bytes bytes) {
         hold(fnSCFS_INI_Read(file, &list, key.c_str(), read.data()) == 1 && read.c_str() == value,
              "another value than was set");
     }
-    for (auto* node = fnSCList_BeginIter(&list); node != nullptr; node = fnSCList_NextIter(node)) {
-        const auto* entry = static_cast<const tSCFS_INI_Entry*>(node->pData);
-        for (const char* text : {entry->pKey, entry->pValue})
-            if (text == nullptr || *text == '\n') return;
-    }
+    if (loses_line_feeds(entries(list))) return;
     hold(fnSCFS_Write_INI_To_File(file, &list) == 1, "not saved");
     fnSCFS_INI_List_Init(file, &again);
     hold(entries(again) == entries(list), "loaded, saved, loaded");

@@ -118,66 +118,50 @@ TEST_F(PushXml, rules) {
 // are as forgiving as each other.
 TEST_F(PushXml, declarations_characters_and_references) {
     const struct {
-        const char *declaration, *text, *read;  // null: refused
+        const char *declaration, *text, *read;
     } cases[] = {
         {"<?xml version='1.0'?>", "a&#1;b\xC2\x85", "ab\xC2\x85"},
         {"<?xml version='1.09' ?>", "a&#1;b\xC2\x85", "ab\xC2\x85"},
         {"<?xml version='1.1'?>", "a&#1;b\xC2\x85|\xE2\x80\xA8|\r\n|\r|\r\xC2\x85|&#31;",
          "a\1b\n|\n|\n|\n|\n|\x1F"},
         {"<?xml version='1.1'?>", "&#xFDD0;\xEF\xB7\x90&#9;", "\xEF\xB7\x90\xEF\xB7\x90\t"},
-        {"<?xml version='1.1'?>", "\xC2\x86", nullptr},
-        {"<?xml version='1.1'?>", "\xC2\x84", nullptr},
         {"<?xml version='1.x'?>", "a&#1;b", "a\1b"},
         {"<?xml version='2.0'?>", "a&#1;b", "a\1b"},
         {"<?xml version='1.'?>", "a&#1;b", "a\1b"},
         {"<?xml\tencoding = \"utf-8\"\r\nversion ='1.0' standalone='yes' version=\"1.0\"?>", "t",
          "t"},
         {"<?xml version='1.0' standalone='no'?>", "t", "t"},
-        {"<?xml version='1.0' standalone='on'?>", "t", nullptr},
-        {"<?xml version='1.0' other='no'?>", "t", nullptr},
-        {"<?xml version='1.0' encoding=''?>", "t", nullptr},
-        {"<?xml version='1.0'encoding='utf-8'?>", "t", nullptr},
-        {"<?xml encoding='utf-8'?>", "t", nullptr},
-        {"<?xml version='1.0\"?>", "t", nullptr},
-        {"<?xml version='1 0'?>", "t", nullptr},
-        {"<?xml version=1.0?>", "t", nullptr},
-        {"<?xml version '1.0'?>", "t", nullptr},
-        {"<?xml version='1.0'>", "t", nullptr},
-        {"<?XML version='1.0'?>", "t", nullptr},
         {"\xEF\xBB\xBF", "t", "t"},
-        {"\xEF\xBB\xBF\xEF\xBB\xBF", "t", nullptr},
         {"", "&lt;&gt;&amp;&apos;&quot;&#65;&#x42;&#xfa;&#x10FFFF;", "<>&'\"ABú\xF4\x8F\xBF\xBF"},
         {"", "a&#x110000;&#99999999999;&#0;&#xFFFF;&#x1F;b", "ab"},
         {"", "&none;&l;&ltt;", "&none;&l;&ltt;"},
-        {"", "& x", nullptr},
-        {"", "&#6A;", nullptr},
-        {"", "&#xG;", nullptr},
-        {"", "&#65", nullptr},
-        {"", "&x", nullptr},
         {"", "<![CDATA[]]>", ""},
         {"", "a<![CDATA[&amp;]]]]><![CDATA[>]]>", "a&amp;]]>"},
         {"",
          "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
          "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF"
          "\xBF"},
-        {"", "\x80", nullptr},
-        {"", "\xC1\xBF", nullptr},
-        {"", "\xC3", nullptr},
-        {"", "\xE0\x9F\xBF", nullptr},
-        {"", "\xED\xA0\x80", nullptr},
-        {"", "\xEF\xBF\xBE", nullptr},
-        {"", "\xF0\x8F\xBF\xBF", nullptr},
-        {"", "\xF4\x90\x80\x80", nullptr},
-        {"", "\xF5\x80\x80\x80", nullptr},
-        {"", "\xE2\x82|", nullptr},
     };
-    for (const auto& [declaration, text, read] : cases) {
-        const std::string document =
-            "<?xml?>" + std::string(declaration) + "<si><indication>" + text + "</indication></si>";
-        EXPECT_EQ(decode_xml_si(document),
-                  read != nullptr ? "text=" + std::string(read) + " 166" : "null")
+    const auto read_after = [](const std::string& declaration, const std::string& text) {
+        return decode_xml_si("<?xml?>" + declaration + "<si><indication>" + text +
+                             "</indication></si>");
+    };
+    for (const auto& [declaration, text, read] : cases)
+        EXPECT_EQ(read_after(declaration, text), "text=" + std::string(read) + " 166")
             << declaration << text;
-    }
+    for (const char* declaration :
+         {"<?xml version='1.0' standalone='on'?>", "<?xml version='1.0' other='no'?>",
+          "<?xml version='1.0' encoding=''?>", "<?xml version='1.0'encoding='utf-8'?>",
+          "<?xml encoding='utf-8'?>", "<?xml version='1.0\"?>", "<?xml version='1 0'?>",
+          "<?xml version=1.0?>", "<?xml version '1.0'?>", "<?xml version='1.0'>",
+          "<?XML version='1.0'?>", "\xEF\xBB\xBF\xEF\xBB\xBF"})
+        EXPECT_EQ(read_after(declaration, "t"), "null") << declaration;
+    for (const char* text : {"& x", "&#6A;", "&#xG;", "&#65", "&x", "\x80", "\xC1\xBF", "\xC3",
+                             "\xE0\x9F\xBF", "\xED\xA0\x80", "\xEF\xBF\xBE", "\xF0\x8F\xBF\xBF",
+                             "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE2\x82|"})
+        EXPECT_EQ(read_after("", text), "null") << text;
+    for (const char* text : {"\xC2\x86", "\xC2\x84"})
+        EXPECT_EQ(read_after("<?xml version='1.1'?>", text), "null") << text;
     // One byte in each character set that has a meaning of its own for it.
     for (const auto& [sets, meaning] :
          {std::pair("ascii us-ascii iso-646 ISO-LATIN-1 iso-8859-1 "

@@ -92,51 +92,50 @@ TEST_F(Compose, escapes_of_json_are_undone) {
 }
 
 TEST_F(Compose, complaints_name_the_key) {
-    std::string eleven = "--to +1";
-    for (int i = 0; i < 11; ++i)
-        eleven += " --slide text=a";
     const struct {
         std::string input;  // a document, or the command's arguments
-        int code;
         std::string complaint;
     } cases[] = {
-        {R"({"to": )", 1, "parse error at line 1, column 7: "},
-        {"{\"to\": \"+1\",\n}", 1, "parse error at line 2, column 1: "},
-        {"{\"subject\": \"\xC0\x80\"}", 1, "parse error at line 1, column 13: "},
-        {R"({"subject": 5})", 1, "subject: it is not a string"},
-        {R"({"read_report": "yes"})", 1, "read_report: it is not true or false"},
-        {R"({"slides": [{"text": "a", "text": "b"}]})", 1,
+        {R"({"to": )", "parse error at line 1, column 7: "},
+        {"{\"to\": \"+1\",\n}", "parse error at line 2, column 1: "},
+        {"{\"subject\": \"\xC0\x80\"}", "parse error at line 1, column 13: "},
+        {R"({"subject": 5})", "subject: it is not a string"},
+        {R"({"read_report": "yes"})", "read_report: it is not true or false"},
+        {R"({"slides": [{"text": "a", "text": "b"}]})",
          "parse error at line 1, column 32: duplicate object key near '\"text\"'"},
-        {R"({"slides": [[]]})", 1, "slides[0]: it is not an object"},
-        {R"({"slides": [{},{},{},{},{},{},{},{},{},{},{}]})", 1,
-         "slides: a message has at most 10"},
-        {R"({"too": "+1"})", 1, "too: there is no such key"},
-        {R"({"to": ["+1", "+1;+2"]})", 1, "to[1]: \"+1;+2\" is not an address"},
-        {R"({"to": "+1,+2"})", 1, "to[0]: \"+1,+2\" is not one address"},
-        {"--to Bob", 1, "--to: \"Bob\" is not an address"},
-        {"--to +", 1, "--to: \"+\" is not an address"},
-        {"--to +1 --cc @host", 1, "--cc: \"@host\" is not an address"},
-        {"--to +1 --expiry 2025-12-31", 1, "--expiry: the time has passed"},
-        {"--to +1 --date 2037-01-02 --expiry 2037-01-01", 1, "--expiry: it is not after the"},
-        {R"({"to": "+1", "subject": ")" + std::string(126, 's') + "\"}", 1,
+        {R"({"slides": [[]]})", "slides[0]: it is not an object"},
+        {R"({"slides": [{},{},{},{},{},{},{},{},{},{},{}]})", "slides: a message has at most 10"},
+        {R"({"too": "+1"})", "too: there is no such key"},
+        {R"({"to": ["+1", "+1;+2"]})", "to[1]: \"+1;+2\" is not an address"},
+        {R"({"to": "+1,+2"})", "to[0]: \"+1,+2\" is not one address"},
+        {"--to Bob", "--to: \"Bob\" is not an address"},
+        {"--to +", "--to: \"+\" is not an address"},
+        {"--to +1 --cc @host", "--cc: \"@host\" is not an address"},
+        {"--to +1 --expiry 2025-12-31", "--expiry: the time has passed"},
+        {"--to +1 --date 2037-01-02 --expiry 2037-01-01", "--expiry: it is not after the"},
+        {R"({"to": "+1", "subject": ")" + std::string(126, 's') + "\"}",
          "subject: the subject has 126 bytes, and a message carries 125; cut_subject"},
-        {"--to +1 --subject ä" + std::string(123, 's'), 1,
+        {"--to +1 --subject ä" + std::string(123, 's'),
          "--subject: the subject has 125 bytes, and a message carries 124; --cut-subject"},
-        {R"({"slides": [{"image": "no"}]})", 1, "slides[0].image: in/no: No such file or dir"},
-        {R"({"slides": [{"image": "b.amr"}]})", 1, "slides[0].image: in/b.amr: it is audio/amr"},
-        {R"({"slides": [{"text": "a\u0000b"}]})", 1, "slides[0].text: the text holds a NUL"},
-        {R"({"slides": [{"duration": "5"}]})", 1, "slides[0].duration: \"5\" is not a time"},
-        {R"({"slides": [{"text": "a", "text_begin": "2s", "text_end": "1s"}]})", 1,
+        // Counted before a single file is read.
+        {R"({"to": "+1", "slides": [)" + repeated(R"({"image": "no"},)", 4000) + "{}]}",
+         "slides: a message has at most 10 of them"},
+        {R"({"to": "+1", "attachments": [)" + repeated(R"({"file": "no"},)", 4000) + "{}]}",
+         "attachments: a message has at most 10 of them"},
+        {R"({"slides": [{"image": "no"}]})", "slides[0].image: in/no: No such file or dir"},
+        {R"({"slides": [{"image": "b.amr"}]})", "slides[0].image: in/b.amr: it is audio/amr"},
+        {R"({"slides": [{"text": "a\u0000b"}]})", "slides[0].text: the text holds a NUL"},
+        {R"({"slides": [{"duration": "5"}]})", "slides[0].duration: \"5\" is not a time"},
+        {R"({"slides": [{"text": "a", "text_begin": "2s", "text_end": "1s"}]})",
          "slides[0].text_end: it is not after the beginning"},
-        {R"({"attachments": [{"file": "t.txt", "name": "a/b"}]})", 1, "attachments[0].name: \"a/b"},
-        {"--subject a", 1, "the message has no recipient"},
-        {eleven, 1, "slide 11: a message has at most 10 of them"},
-        {"--to +1 --slide image=in/a.jpg video=in/c.3gp", 1, "slide 1: video: the slide"},
-        {"--to +1 --date 2025-02-29", 1, "--date: \"2025-02-29\" is not a date"},
-        {"--to +1 --expiry 2038-01-20", 1, "--expiry: \"2038-01-20\" is not a time"},
-        {"--to +1 --delivery-time 2025-12-31", 1, "the delivery time has passed"},
-        {"--to +1 --date 2026-01-02 --delivery-time 2026-01-01", 1, "the delivery time has"},
-        {"in/m.json --to +1", 2, "--to"},
+        {R"({"attachments": [{"file": "t.txt", "name": "a/b"}]})", "attachments[0].name: \"a/b"},
+        {"--subject a", "the message has no recipient"},
+        {"--to +1" + repeated(" --slide text=a", 11), "slide 11: a message has at most 10 of them"},
+        {"--to +1 --slide image=in/a.jpg video=in/c.3gp", "slide 1: video: the slide"},
+        {"--to +1 --date 2025-02-29", "--date: \"2025-02-29\" is not a date"},
+        {"--to +1 --expiry 2038-01-20", "--expiry: \"2038-01-20\" is not a time"},
+        {"--to +1 --delivery-time 2025-12-31", "the delivery time has passed"},
+        {"--to +1 --date 2026-01-02 --delivery-time 2026-01-01", "the delivery time has"},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.input);
@@ -144,13 +143,10 @@ TEST_F(Compose, complaints_name_the_key) {
         if (is_document) write("in/m.json", test.input);
         const Outcome outcome =
             run("compose -o out.mms " + (is_document ? "in/m.json" : test.input));
-        EXPECT_EQ(outcome.code, test.code);
-        if (test.code == 1) {
-            const std::string start = is_document ? "mmskit: in/m.json: " : "mmskit: ";
-            EXPECT_EQ(outcome.err.find(start + test.complaint), 0U) << outcome.err;
-            EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
-        }
-        EXPECT_NE(outcome.err.find(test.complaint), std::string::npos) << outcome.err;
+        EXPECT_EQ(outcome.code, 1);
+        const std::string start = is_document ? "mmskit: in/m.json: " : "mmskit: ";
+        EXPECT_EQ(outcome.err.find(start + test.complaint), 0U) << outcome.err;
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
     }
     EXPECT_FALSE(fs::exists(folder_ / "out.mms"));
 }
@@ -216,14 +212,11 @@ TEST_F(Compose, forwarded_subjects_lose_what_was_added_first) {
     }
 }
 
-TEST_F(Compose, a_documents_subject_is_cut_when_the_document_or_the_option_says_so) {
-    const std::string subject(130, 's');
-    for (const auto& [key, option] :
-         {std::pair(", \"cut_subject\": true", ""), std::pair("", " --cut-subject")}) {
-        write("m.json", R"({"to": "+1", "subject": ")" + subject + '"' + key + '}');
-        EXPECT_EQ(run("compose m.json -o m.mms" + std::string(option)).code, 0) << key;
-        EXPECT_EQ(shown("m.mms")["headers"]["subject"], subject.substr(0, 125));
-    }
+TEST_F(Compose, a_documents_subject_is_cut_when_the_document_says_so) {
+    write("m.json",
+          R"({"to": "+1", "cut_subject": true, "subject": ")" + std::string(130, 's') + "\"}");
+    EXPECT_EQ(run("compose m.json -o m.mms").code, 0);
+    EXPECT_EQ(shown("m.mms")["headers"]["subject"], std::string(125, 's'));
 }
 
 // A part is found on its slide by its name, of which the wire carries 49 bytes.
@@ -233,16 +226,10 @@ TEST_F(Compose, long_names_are_shortened_in_the_stem_and_stay_apart) {
     write(stem + "a.jpg", jpeg);
     write(stem + "b.jpg", jpeg + "b");
     const auto names = [&](const std::string& file) {
-        std::string told;
-        const json message = shown(file);
-        for (const json& slide : message["slides"])
-            told += slide["image"]["name"].get<std::string>() + ' ';
-        for (const json& attachment : message["attachments"])
-            told += attachment["name"].get<std::string>() + ' ';
-        return told;
+        return run("show " + file + " | grep -o 'nnn[^ ]*'").out;
     };
     const std::string expected =
-        sent + ' ' + std::string(43, 'n') + "-2.jpg " + std::string(43, 'n') + "-3.jpg ";
+        sent + '\n' + std::string(43, 'n') + "-2.jpg\n" + std::string(43, 'n') + "-3.jpg\n";
     const Outcome outcome = run("compose --retrieved -o in.mms --slide image=" + stem +
                                 "a.jpg --slide image=" + stem + "b.jpg --attach " + stem + "a.jpg");
     EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 3) << outcome.err;
@@ -315,17 +302,12 @@ TEST_F(Compose, relative_times_are_told_as_a_person_counts) {
 
 TEST_F(Compose, output_is_replaced_whole_or_not_at_all) {
     write("real.mms", "old");
-    fs::create_symlink("real.mms", folder_ / "link.mms");
-    EXPECT_EQ(run("compose --to +1 -o link.mms").code, 0);
-    EXPECT_TRUE(fs::is_symlink(folder_ / "link.mms"));
-    EXPECT_EQ(read("real.mms").substr(0, 2), bytes("8C 80"));
     write("big", std::string(5000, 'b'));
-    const std::string before = read("real.mms");
     const Outcome outcome = run("compose --to +1 --attach big -o real.mms", "ulimit -f 2");
     EXPECT_EQ(outcome.code, 1);
     EXPECT_EQ(outcome.err, "mmskit: real.mms: File too large\n");
-    EXPECT_EQ(read("real.mms"), before);
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 6) << "nothing is left over";
+    EXPECT_EQ(read("real.mms"), "old");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 5) << "nothing is left over";
 }
 
 TEST_F(Compose, forward_drops_and_adds) {
@@ -335,12 +317,9 @@ TEST_F(Compose, forward_drops_and_adds) {
     const auto forwarded = [&](const std::string& edits) {
         const Outcome outcome = run("forward in.mms --to +2 -o out.mms " + edits);
         EXPECT_EQ(outcome.err, "");
-        const std::string sent = read("out.mms");
-        const std::size_t body = sent.find(bytes("90 81 84"));
-        EXPECT_LT(sent.find("Fwd: Hi"), body);
-        write("body.mms", sent.substr(body + 2));
         std::string told;
-        const json message = shown("body.mms");
+        const json message = shown("out.mms");
+        EXPECT_EQ(message["headers"]["subject"], "Fwd: Hi");
         for (const json& slide : message["slides"]) {
             told += slide.contains("text") ? slide["text"]["text"].get<std::string>() : "-";
             if (slide.contains("image")) told += '+' + slide["image"]["name"].get<std::string>();

