@@ -96,7 +96,7 @@ class BoundedReader {
 
   private:
     static constexpr uint64_t unknown_size = UINT64_MAX / 4;
-    static constexpr uint64_t position_limit = UINT64_MAX / 2;
+    static constexpr uint64_t position_limit = UINT64_MAX / 3;
 
     // What is really there of the next `count` bytes.
     Slice there(uint64_t count) const {
