@@ -80,10 +80,15 @@ class BrokenSaves : public Saves {
         ptrace(PTRACE_SETREGS, child, nullptr, &regs);
     }
 
-    // Notes what a power cut may put out of order: writing, synchronizing, moving, unlinking.
+    // Notes what a power cut may put out of order: writing, synchronizing, moving, unlinking. A
+    // sanitizer writes into a pipe of its own to see what memory is there.
     void note_order(pid_t child) const {
         user_regs_struct regs{};
         ptrace(PTRACE_GETREGS, child, nullptr, &regs);
+        std::error_code none;
+        const std::string file = std::filesystem::read_symlink(
+            "/proc/" + std::to_string(child) + "/fd/" + std::to_string(regs.rdi), none);
+        if (regs.orig_rax == SYS_write && !file.starts_with(folder_)) return;
         for (const auto& [call, sign] :
              {std::pair(SYS_write, 'w'), std::pair(SYS_fsync, 's'), std::pair(SYS_rename, 'm'),
               std::pair(SYS_renameat, 'm'), std::pair(SYS_renameat2, 'm'),
