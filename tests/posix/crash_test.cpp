@@ -88,7 +88,9 @@ class BrokenSaves : public Saves {
         std::error_code none;
         const std::string file = std::filesystem::read_symlink(
             "/proc/" + std::to_string(child) + "/fd/" + std::to_string(regs.rdi), none);
-        if (regs.orig_rax == SYS_write && !file.starts_with(folder_)) return;
+        if (regs.orig_rax == SYS_write &&
+            !file.starts_with(std::filesystem::canonical(folder_).string()))
+            return;
         for (const auto& [call, sign] :
              {std::pair(SYS_write, 'w'), std::pair(SYS_fsync, 's'), std::pair(SYS_rename, 'm'),
               std::pair(SYS_renameat, 'm'), std::pair(SYS_renameat2, 'm'),
