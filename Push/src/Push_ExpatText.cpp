@@ -179,10 +179,7 @@ class Preparation {
         for (const char* name : {"lt", "gt", "amp", "apos", "quot"})
             known = known || (length == std::strlen(name) && std::memcmp(begin, name, length) == 0);
         put(known ? "&" : "&amp;");
-        const char* end = in_.place() + 1;
-        in_.go_back(begin);
-        while (in_.place() != end)
-            copy();
+        in_.go_back(begin);  // the rest is copied like any text
         return true;
     }
 

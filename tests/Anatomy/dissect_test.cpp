@@ -190,6 +190,7 @@ const struct {
     {"location_behind_another_header", "9E B0 80 8E 'l' 00", "x",
      "image/jpeg l (null) [x], inexact headers"},
     {"disposition", "9E AE 04 81 98 'f' 00", "x", "image/jpeg f (null) [x], inexact headers"},
+    {"disposition_before_location", "9E AE 01 81 8E 'l' 00", "x", "image/jpeg l (null) [x]"},
     {"disposition_as_text", "9E 'Content-Disposition' 00 'attachment; filename=\"f g\"' 00", "x",
      "image/jpeg f g (null) [x], inexact headers"},
     {"base64", "83 'Content-Transfer-Encoding' 00 'BASE64' 00",

@@ -68,11 +68,13 @@ std::vector<HeaderFact> header_facts(const tMMS_Anatomy& anatomy) {
         const auto kind = static_cast<std::size_t>(std::distance(
             recipients.begin(), std::find(recipients.begin(), recipients.end(), fact.json_key)));
         auto* address = std::get_if<std::string>(&fact.value);
-        if (kind < lists.size() && address != nullptr && lists[kind] != 0) {
-            std::get<std::string>(facts[lists[kind] - 1].value) += ';' + *address;
-            continue;
+        if (kind < lists.size() && address != nullptr) {
+            if (lists[kind] != 0) {
+                std::get<std::string>(facts[lists[kind] - 1].value) += ';' + *address;
+                continue;
+            }
+            lists[kind] = facts.size() + 1;
         }
-        if (kind < lists.size() && address != nullptr) lists[kind] = facts.size() + 1;
         facts.push_back(std::move(fact));
     }
     std::stable_sort(facts.begin(), facts.end(),
