@@ -32,6 +32,7 @@ TEST_F(Services, HandsetResultsAreFixed) {
         fnSCFS_ReadFromFile(data, 3, name),   fnSCFS_ReadFromFileAtPos(data, 3, 0, name)};
     EXPECT_EQ(results, (std::vector<int32_t>{0, 0, 0, 0, 0, 1, 1, 1, 1, -1, -1, -1}));
     EXPECT_EQ(fnSCFS_TimerCallback(1), 0U);
+    EXPECT_EQ(fnSCFS_File_CreateDir(name), name);
     EXPECT_STREQ(data, "abc");
 }
 

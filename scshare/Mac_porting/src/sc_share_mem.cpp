@@ -86,7 +86,8 @@ extern "C" {
 void* fnSC_Malloc_Local(uint32_t size) {
     if (size <= mmskit::zeroed_by_hand) {  // malloc's fast path, which calloc does not have
         void* p = mmskit::allocate_unfilled(size);
-        return p != nullptr ? std::memset(p, 0, size) : nullptr;
+        if (p != nullptr) std::memset(p, 0, size);
+        return p;
     }
     if (mmskit::allocation_fails(size)) return nullptr;
     void* p = std::calloc(1, size);
