@@ -9,6 +9,8 @@
 
 #include <cstdint>
 
+#pragma GCC visibility push(hidden)
+
 extern "C" {
 
 // CPS_OK, or CPS_IN_USE with nothing changed while the composer is taken.
@@ -104,3 +106,5 @@ CPSAttachment* attachment_slot(int32_t index);
 [[nodiscard]] bool fill_attachment_slot(CPSAttachment& slot, const CPSAttachmentInfo& info);
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <initializer_list>
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // The two OMA DRM content types; compared exactly.
@@ -45,3 +47,5 @@ inline const char* part_name(const tMMS_MediaData& part) {
 }
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -7,6 +7,8 @@
 
 #include "Parser/src/smil_internal.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // The part that `id` names, marked IsSmil and counted, or null. Parts of one name are handed out
@@ -25,3 +27,5 @@ bool reference_work_is_spent();
 }
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -14,6 +14,8 @@
 #include "Parser/src/text_view.h"
 #include "scshare/common/src/owned.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // A static reason, or null for none, and a place in the message's body (null: its start).
@@ -232,3 +234,5 @@ bool find_region_rect(int32_t out[4], TextView id);
 void parse_layout(tSMIL_Layout& layout);
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -10,11 +10,17 @@ namespace mmskit {
 
 namespace {
 
-template <typename Write>
-void write_at(uint8_t** cursor, Write write) {
+void write_at(uint8_t** cursor, const char* text, void (*write)(PduWriter& out, const char* text)) {
     PduWriter out = PduWriter::onto(*cursor);
-    write(out);
+    write(out, text);
     *cursor += out.size();
+}
+
+uint32_t read_number_at(const uint8_t** cursor, uint32_t (*read)(BoundedReader& in)) {
+    BoundedReader in = BoundedReader::unbounded(*cursor);
+    const uint32_t value = read(in);
+    *cursor = in.here();
+    return value;
 }
 
 // The lengths of this interface are 16-bit and wrap for a text of 64 KB or more.
@@ -22,16 +28,19 @@ void report(uint16_t* length, uint64_t bytes) {
     if (length != nullptr) *length = static_cast<uint16_t>(bytes);
 }
 
-// A text up to its NUL; null, with cursor and length as they were, when memory is out.
-template <typename Read>
-char* read_text_at(const uint8_t** cursor, uint16_t* length, Read read) {
+// A new text, and what it took less `uncounted` as the length; null, with cursor and length as they
+// were, when it cannot be read.
+char* read_text_at(const uint8_t** cursor, uint16_t* length,
+                   bool (*read)(BoundedReader& in, OwnedText& text), uint64_t uncounted) {
     BoundedReader in = BoundedReader::unbounded(*cursor);
     OwnedText text;
     if (!read(in, text)) return nullptr;
-    report(length, in.position() - 1);
+    report(length, in.position() - uncounted);
     *cursor = in.here();
     return text.release();
 }
+
+constexpr uint64_t its_nul = 1;
 
 OwnedContentType content_type_at(const uint8_t* field, uint32_t* length) {
     BoundedReader in = BoundedReader::unbounded(field);
@@ -70,17 +79,11 @@ int32_t EncodeValueLength(uint8_t* out, int32_t value) {
 }
 
 uint32_t OctetsToUintvar(const uint8_t** cursor) {
-    BoundedReader in = BoundedReader::unbounded(*cursor);
-    const uint32_t value = mmskit::read_uintvar(in);
-    *cursor = in.here();
-    return value;
+    return mmskit::read_number_at(cursor, mmskit::read_uintvar);
 }
 
 uint32_t GetLengthValue(const uint8_t** cursor) {
-    BoundedReader in = BoundedReader::unbounded(*cursor);
-    const uint32_t value = mmskit::read_value_length(in);
-    *cursor = in.here();
-    return value;
+    return mmskit::read_number_at(cursor, mmskit::read_value_length);
 }
 
 void LongInt2Octets(uint8_t** cursor, int32_t value) {
@@ -95,7 +98,7 @@ uint32_t OctetsToLongInt(const uint8_t* p) {
 // ---- Texts --------------------------------------------------------------------------------
 
 void EncodeString(uint8_t** cursor, const char* text) {
-    mmskit::write_at(cursor, [&](PduWriter& out) { out.text(text); });
+    mmskit::write_at(cursor, text, [](PduWriter& out, const char* it) { out.text(it); });
 }
 
 void EncodeTIDString(uint8_t** cursor, const char* text) {
@@ -103,21 +106,21 @@ void EncodeTIDString(uint8_t** cursor, const char* text) {
 }
 
 void EncodeTextString(uint8_t** cursor, const char* text) {
-    mmskit::write_at(cursor, [&](PduWriter& out) { mmskit::write_quoted_text(out, text); });
+    mmskit::write_at(cursor, text, mmskit::write_quoted_text);
 }
 
 char* DecodeString(const uint8_t** cursor, uint16_t* length) {
-    return mmskit::read_text_at(cursor, length, mmskit::read_text);
+    return mmskit::read_text_at(cursor, length, mmskit::read_text, mmskit::its_nul);
 }
 
 char* MyDecodeTextString(const uint8_t** cursor, uint16_t* length) {
     // QUIRK reported_length_counts_the_quote: callers take it, the NUL and the parameter's own
     // byte off a remaining count.
-    return mmskit::read_text_at(cursor, length, mmskit::read_quoted_text);
+    return mmskit::read_text_at(cursor, length, mmskit::read_quoted_text, mmskit::its_nul);
 }
 
 void EncodeEncodedString(uint8_t** cursor, const char* text) {
-    mmskit::write_at(cursor, [&](PduWriter& out) { mmskit::write_encoded_string(out, text); });
+    mmskit::write_at(cursor, text, mmskit::write_encoded_string);
 }
 
 char* DecodeEncodedString(const uint8_t** cursor, uint16_t* length) {
@@ -132,22 +135,20 @@ char* DecodeEncodedString(const uint8_t** cursor, uint16_t* length) {
 // ---- Addresses ----------------------------------------------------------------------------
 
 int32_t EncodeAddressString(uint8_t** cursor, const char* address) {
-    bool suffix = false;
-    mmskit::write_at(cursor, [&](PduWriter& out) { suffix = mmskit::write_address(out, address); });
+    PduWriter out = PduWriter::onto(*cursor);
+    const bool suffix = mmskit::write_address(out, address);
+    *cursor += out.size();
     return suffix ? 1 : 0;
 }
 
 char* DecodeAddressString(const uint8_t** cursor, uint16_t* length) {
-    BoundedReader in = BoundedReader::unbounded(*cursor);
-    OwnedText text;
-    if (!mmskit::read_address(in, text)) return nullptr;
-    mmskit::report(length, in.position());
-    *cursor = in.here();
-    return text.release();
+    return mmskit::read_text_at(cursor, length, mmskit::read_address, 0);
 }
 
 void EncodeMultiRcver(uint8_t** cursor, const char* list, uint8_t code) {
-    mmskit::write_at(cursor, [&](PduWriter& out) { mmskit::write_receivers(out, list, code); });
+    PduWriter out = PduWriter::onto(*cursor);
+    mmskit::write_receivers(out, list, code);
+    *cursor += out.size();
 }
 
 // ---- Content types ------------------------------------------------------------------------

@@ -8,6 +8,8 @@
 #include "Protocol/src/pdu_writer.h"
 #include "Protocol/src/wsp_values.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 template <typename Write>
@@ -17,15 +19,25 @@ uint64_t measured_size(const Write& write) {
     return counter.size();
 }
 
+// Any such callable, by its address and what calls it, so that encode() is compiled once.
+class WriteRoutine {
+  public:
+    template <typename Write>
+    // NOLINTNEXTLINE(google-explicit-constructor): a callable is its routine
+    WriteRoutine(const Write& write)
+        : write_(&write), call_([](PduWriter& out, const void* callable) {
+              (*static_cast<const Write*>(callable))(out);
+          }) {}
+    void operator()(PduWriter& out) const { call_(out, write_); }
+
+  private:
+    const void* write_;
+    void (*call_)(PduWriter& out, const void* callable);
+};
+
 // The block, its size at `length`; null, with *length as it was, when memory is out or 32 bits
 // cannot hold the size. Nothing of the content is read then.
-template <typename Write>
-[[nodiscard]] uint8_t* encode(uint32_t* length, const Write& write) {
-    PduWriter out(measured_size(write));
-    if (out.failed()) return nullptr;
-    write(out);
-    return out.release(length);
-}
+[[nodiscard]] uint8_t* encode(uint32_t* length, WriteRoutine write);
 
 // What `write` writes, after its value-length (WAP-230 8.4.2.2). A size that 32 bits cannot hold
 // is cut here: the whole is refused by encode().
@@ -36,3 +48,5 @@ void write_with_length(PduWriter& out, const Write& write) {
 }
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // `reason` is a static text; `offset` is where in the decoder's input it gave up.
@@ -15,3 +17,5 @@ inline constexpr const char* out_of_memory = "out of memory";
 inline constexpr const char* no_input = "null input or length out of range";
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -11,6 +11,8 @@
 #include "Protocol/src/pdu_writer.h"
 #include "scshare/common/src/bounded_reader.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 class HeaderContext;
@@ -158,3 +160,5 @@ Step skip_counted(HeaderContext& context, const HeaderField& field);
 
 }  // namespace header_value
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -42,12 +42,6 @@ constexpr auto fresh_notify_resp =
     fresh_with_type<tMMS_NotifyRespInd>(message_type::notifyresp_ind);
 constexpr auto fresh_acknowledge =
     fresh_with_type<tMMS_AcknowledgeInd>(message_type::acknowledge_ind);
-constexpr tMMS_SendConf fresh_forward_conf{};
-constexpr tMMS_NotificationInd fresh_notification{};
-constexpr tMMS_RetrieveConf fresh_retrieve_conf{};
-constexpr tMMS_DeliveryInd fresh_delivery{};
-constexpr tMMS_ReadRecInd fresh_read_rec{};
-constexpr tMMS_ReadOrigInd fresh_read_orig{};
 
 constexpr Offset send_req_owns[] = {offsetof(tMMS_SendReq, pTransactionId),
                                     offsetof(tMMS_SendReq, From),
@@ -83,30 +77,34 @@ constexpr Offset forward_req_owns[] = {
     offsetof(tMMS_ForwardReq, pContentLocation)};
 
 struct RecordType {
-    const void* fresh;
-    uint32_t size;
+    const void* fresh;  // null: all zero
     const Offset* owned;
-    size_t owned_count;
+    uint16_t size;
+    uint8_t owned_count;
 };
 
 template <typename T, size_t N>
-constexpr RecordType record_type(const T& fresh, const Offset (&owned)[N]) {
-    return {&fresh, sizeof(T), owned, N};
+constexpr RecordType record_type(const T* fresh, const Offset (&owned)[N]) {
+    return {fresh, owned, sizeof(T), N};
+}
+template <typename T, size_t N>
+constexpr RecordType record_type(const Offset (&owned)[N]) {
+    return record_type(static_cast<const T*>(nullptr), owned);
 }
 
 // In the order of the kinds, the first of which is 1.
 constexpr RecordType record_types[] = {
-    record_type(fresh_send_req, send_req_owns),
-    record_type(fresh_send_conf, send_conf_owns),
-    record_type(fresh_notification, notification_owns),
-    record_type(fresh_retrieve_conf, retrieve_conf_owns),
-    record_type(fresh_delivery, delivery_owns),
-    record_type(fresh_notify_resp, notify_resp_owns),
-    record_type(fresh_acknowledge, acknowledge_owns),
-    record_type(fresh_read_rec, read_rec_owns),
-    record_type(fresh_read_orig, read_orig_owns),
-    record_type(fresh_forward_req, forward_req_owns),
-    record_type(fresh_forward_conf, send_conf_owns),
+    record_type(&fresh_send_req, send_req_owns),
+    record_type(&fresh_send_conf, send_conf_owns),
+    record_type<tMMS_NotificationInd>(notification_owns),
+    record_type<tMMS_RetrieveConf>(retrieve_conf_owns),
+    record_type<tMMS_DeliveryInd>(delivery_owns),
+    record_type(&fresh_notify_resp, notify_resp_owns),
+    record_type(&fresh_acknowledge, acknowledge_owns),
+    record_type<tMMS_ReadRecInd>(read_rec_owns),
+    record_type<tMMS_ReadOrigInd>(read_orig_owns),
+    record_type(&fresh_forward_req, forward_req_owns),
+    record_type<tMMS_SendConf>(send_conf_owns),
 };
 static_assert(sizeof(record_types) / sizeof(record_types[0]) == kind_forward_conf);
 
@@ -121,7 +119,7 @@ extern "C" void* fnMMS_AllocMessageMem(uint8_t kind) {
     const mmskit::RecordType* type = mmskit::find_record_type(kind);
     if (type == nullptr) return nullptr;
     void* record = mmskit::allocate(type->size);
-    if (record != nullptr) std::memcpy(record, type->fresh, type->size);
+    if (record != nullptr && type->fresh != nullptr) std::memcpy(record, type->fresh, type->size);
     return record;
 }
 

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 enum MessageKind : uint8_t {
@@ -21,3 +23,5 @@ enum MessageKind : uint8_t {
 };
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

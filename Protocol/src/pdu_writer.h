@@ -8,6 +8,8 @@
 
 #include "scshare/common/src/owned.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 class PduWriter {
@@ -69,3 +71,5 @@ class PduWriter {
 };
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -10,6 +10,8 @@
 #include "scshare/common/src/bounded_reader.h"
 #include "scshare/common/src/owned.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // Octets that mark a form of value (WAP-230 8.4.2.1).
@@ -90,3 +92,5 @@ void write_receivers(PduWriter& out, const char* list, uint8_t code);
 void write_media_type(PduWriter& out, const char* type);
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

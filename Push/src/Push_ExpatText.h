@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // The document as UTF-8 without a byte order mark and declaration. `out` has room for
@@ -22,3 +24,5 @@ uint32_t next_of_name(const char*& name);
 // The same of text and values, in which control characters of XML 1.1 are written in two.
 uint32_t next_of_text(const char*& text);
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -9,6 +9,8 @@
 
 #include "scshare/common/src/limits.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 enum class XmlKind { element, text, error, other };
@@ -70,3 +72,5 @@ char* xml_put_utf8(char* out, const uint16_t* text);
 [[nodiscard]] char* xml_copy_utf8(const uint16_t* text);
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

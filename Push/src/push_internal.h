@@ -10,6 +10,8 @@
 #include "scshare/common/src/bounded_reader.h"
 #include "scshare/common/src/owned.h"
 
+#pragma GCC visibility push(hidden)
+
 extern "C" {
 
 // A multi-octet integer: the value of its last octet alone.
@@ -77,3 +79,5 @@ void strip_comments(char* text);
 bool xml_within_limits(const char* text);
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -6,6 +6,8 @@
 
 #include "scshare/common/src/owned.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // A zeroed area of its own, with a file buffer on it. Not movable: writers get the buffer's
@@ -63,3 +65,5 @@ void note_loading(tSCList& list, const char* name, bool loaded);
 bool may_replace_file(const tSCList& list);
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -15,10 +15,9 @@ namespace {
 constexpr uint32_t seconds_per_day = 86400;
 constexpr std::array<uint16_t, 12> days_per_month = {31, 28, 31, 30, 31, 30,
                                                      31, 31, 30, 31, 30, 31};
-constexpr std::array<const char*, 12> month_names = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                     "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-constexpr std::array<const char*, 7> weekday_names = {"Mon", "Tue", "Wed", "Thu",
-                                                      "Fri", "Sat", "Sun"};
+constexpr char month_names[12][4] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                     "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+constexpr char weekday_names[7][4] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
 
 constexpr bool is_leap(uint32_t year) {
     return year % 400 == 0 || (year % 4 == 0 && year % 100 != 0);
@@ -96,7 +95,7 @@ bool scan_number(const char*& at, uint32_t& value) {
 
 // 1 to 12, or 0 for a word that names no month; the case of letters counts.
 uint32_t month_number(const char* word, size_t length) {
-    for (uint32_t i = 0; i < month_names.size(); ++i) {
+    for (uint32_t i = 0; i < std::size(month_names); ++i) {
         if (length == 3 && std::memcmp(word, month_names[i], 3) == 0) return i + 1;
     }
     return 0;

@@ -14,6 +14,8 @@ struct tSCFS_File {
     FILE* stream;
 };
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // All mutable state of the services; all-zero is idle. Owns the timers and the log file name.
@@ -44,3 +46,5 @@ void notify_card_sync(const char* name);
 [[nodiscard]] bool close_file_handle(tSCFS_File* file);
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

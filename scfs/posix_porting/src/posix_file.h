@@ -11,6 +11,8 @@
 #include <cstddef>
 #include <utility>
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 inline constexpr mode_t new_file_mode = 0600;  // settings and messages are their owner's business
@@ -82,3 +84,5 @@ bool write_all(int fd, const void* data, size_t size);
 ssize_t read_all(int fd, void* data, size_t size);
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // Makes the n-th allocation from now (1 is the next) give null, and every one after it when
@@ -21,5 +23,7 @@ uint64_t counted_allocations();
 uint64_t counted_bytes();
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop
 
 #endif

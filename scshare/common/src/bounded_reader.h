@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <cstring>
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // Bytes of the input, cut to what is really there. `data` is null when `size` is 0 only if the
@@ -110,3 +112,5 @@ class BoundedReader {
 };
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -3,6 +3,8 @@
 
 #include <mmskit/runtime.h>
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // In tSCList::uReserved: the list could not be loaded and is short of what its file holds, so
@@ -13,3 +15,5 @@ inline constexpr uint32_t load_failed_mark = 0x6661696C;
 void append_node(tSCList& list, tSCList& from);
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

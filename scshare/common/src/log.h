@@ -1,6 +1,8 @@
 // Log lines for the developer of a host: off until a sink is set, and then only formatted.
 #pragma once
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 extern bool log_enabled;
@@ -20,3 +22,5 @@ inline void log_line(const char* format, Args... args) {
 }
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <cstring>
 
+#pragma GCC visibility push(hidden)
+
 namespace mmskit {
 
 // The allocating call inside the library: zeroed bytes, or null when the size does not fit
@@ -91,3 +93,5 @@ void replace_owned(T*& field, T* fresh) {
 }
 
 }  // namespace mmskit
+
+#pragma GCC visibility pop
