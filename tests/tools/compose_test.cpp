@@ -105,6 +105,8 @@ TEST_F(Compose, complaints_name_the_key) {
          "parse error at line 1, column 32: duplicate object key near '\"text\"'"},
         {R"({"slides": [[]]})", "slides[0]: it is not an object"},
         {R"({"slides": [{},{},{},{},{},{},{},{},{},{},{}]})", "slides: a message has at most 10"},
+        {R"({"to": [1)" + repeated(",1", 32'766) + "]}", "more than 32768 values"},
+        {R"({"to": ["[,{\\\"")" + repeated(",1", 32'765) + "]}", "to[1]: it is not a string"},
         {R"({"too": "+1"})", "too: there is no such key"},
         {R"({"to": ["+1", "+1;+2"]})", "to[1]: \"+1;+2\" is not an address"},
         {R"({"to": "+1,+2"})", "to[0]: \"+1,+2\" is not one address"},

@@ -76,11 +76,34 @@ struct JsonRelease {
 };
 using Json = std::unique_ptr<json_t, JsonRelease>;
 
+// Values that a document may have: each is some 250 bytes of the parser's tree and as little as two
+// of the file, so they are counted before the tree is built. Recipients alone can be many.
+constexpr std::size_t most_values = 32'768;
+
+// An empty object or array counts as two.
+std::size_t count_values(std::string_view text) {
+    std::size_t count = 1;
+    bool in_string = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '\\') {
+            ++i;
+        } else if (c == '"') {
+            in_string = !in_string;
+        } else if (!in_string && (c == ',' || c == '[' || c == '{')) {
+            ++count;
+        }
+    }
+    return count;
+}
+
 // Of two equal keys nobody knows which was meant, so they are refused like what is no JSON.
 Json parsed(std::string_view text, const std::string& name) {
     constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
     if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
     if (text.data() == nullptr) text = "";  // the parser wants a pointer for no bytes, too
+    if (count_values(text) > most_values)
+        throw Failure(visible(name) + ": more than " + std::to_string(most_values) + " values");
     constexpr std::size_t flags = JSON_REJECT_DUPLICATES | JSON_DECODE_ANY | JSON_ALLOW_NUL;
     json_error_t error = {};
     Json document(json_loadb(text.data(), text.size(), flags, &error));
