@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "commands/commands.h"
 #include "commands/store_file.h"
@@ -62,12 +63,14 @@ class Store {
 
     // All entries of the key, of which the first hides the others. False without one.
     [[nodiscard]] bool unset(const std::string& key) {
-        const char* holder = key.c_str();
         const int32_t before = list_.iCount;
-        while (tSCListNode* node = fnSCFS_List_Find_Node(&list_, &holder, fnSCFS_INI_Compare)) {
-            void* entry = fnSCList_GetData(node);
-            fnSCList_Remove(&list_, node);
-            fnSCFS_INI_FreeNode(&entry);
+        // The others go round once: finding each of the key would cost the square of their number.
+        for (int32_t left = before; left > 0; --left) {
+            void* first = fnSCList_RemoveFront(&list_);
+            const bool other = key != text_or_empty(static_cast<tSCFS_INI_Entry*>(first)->pKey);
+            if (other && fnSCList_AddTail(&list_, first) != nullptr) continue;
+            fnSCFS_INI_FreeNode(&first);
+            if (other) throw std::bad_alloc();
         }
         if (list_.iCount == before) return false;
         errno = 0;
