@@ -201,5 +201,20 @@ TEST_F(Preview, what_cannot_be_done_is_said) {
     EXPECT_EQ(run("preview no.mms").code, 2);
 }
 
+TEST_F(Preview, what_slides_repeat_is_bounded_by_the_message) {
+    const string name(70'000, 'n'), slides = repeated("<par><img src=\"i\"/></par>", 2100);
+    write("m.mms",
+          bytes("84 A3 02") +
+              part(string("application/smil") + '\0', "<smil><body>" + slides + "</body></smil>") +
+              part(string("\xA0\x8E") + name + '\0' + "\xC0\"i" + '\0', "x"));
+    const Outcome shown = run("show m.mms");
+    EXPECT_EQ(shown.code, 3);
+    EXPECT_EQ(count(shown.out, name), 2U);
+    EXPECT_NE(shown.out.find("told with their parts alone"), string::npos) << shown.err;
+    (void)run("preview m.mms -o out.html");
+    EXPECT_EQ(count(read("out.html"), "<article"), 2000U);
+    EXPECT_EQ(count(read("out.html"), "<p>And 100 more slides"), 1U);
+}
+
 }  // namespace
 }  // namespace testing_support

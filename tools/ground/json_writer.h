@@ -5,6 +5,7 @@
 #include <concepts>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace mmskit_tool {
@@ -26,8 +27,11 @@ class JsonWriter {
         return raw(std::to_string(value));
     }
 
-    // The whole document and a line feed, once everything is ended.
-    [[nodiscard]] std::string document() const { return out_ + '\n'; }
+    // The whole document and a line feed, once everything is ended; it is given away.
+    [[nodiscard]] std::string document() {
+        out_ += '\n';
+        return std::move(out_);
+    }
 
   private:
     JsonWriter& open(char bracket);

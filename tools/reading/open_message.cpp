@@ -80,6 +80,7 @@ OpenMessage::OpenMessage(std::vector<uint8_t> bytes, Reading reading) : bytes_(s
     if (bytes_.empty()) throw Flaw{"the file is empty", std::nullopt};
     anatomy_ = dissect(bytes_);
     reading == Reading::exact ? open_exact() : open_tolerant();
+    bound_repeated_names(facts_);
 }
 
 OpenMessage::~OpenMessage() = default;

@@ -31,9 +31,16 @@ std::string element(const char* tag, const std::string& content) {
     return std::string("<") + tag + '>' + content + "</" + tag + '>';
 }
 
+// A page repeats names and types; of what no sender would write the beginning is enough.
+std::string short_line(std::string_view text) {
+    constexpr std::size_t longest = 255;  // bytes
+    if (text.size() <= longest) return html_line(text);
+    return html_line(text.substr(0, whole_characters(text, longest))) + "…";
+}
+
 std::string display_name(const char* name, const char* type) {
-    if (name != nullptr && *name != '\0') return html_line(name);
-    return type != nullptr ? html_line(type) : "without a name";
+    if (name != nullptr && *name != '\0') return short_line(name);
+    return type != nullptr ? short_line(type) : "without a name";
 }
 
 // The name under which a part is saved. HTML and SVG keep theirs: the page never opens them.
@@ -49,6 +56,16 @@ std::string save_name(const char* name, const char* type, std::size_t number) {
 }
 
 constexpr std::size_t longest_text = 4000;  // bytes of a text attachment that is shown
+// Slides, further elements and attachments, of each so many: far more than a person looks at, and
+// each is some hundred bytes of the page however short it is in the message.
+constexpr std::size_t most_shown = 2000;
+
+std::string left_out(const char* tag, std::size_t count, const char* what) {
+    if (count <= most_shown) return "";
+    return element(tag, "And " + std::to_string(count - most_shown) + " more " + what +
+                            ", which are too many for a page.") +
+           '\n';
+}
 
 // Writes one page. Ids count up: t and m are texts and media, each with its line l.
 class PageWriter {
@@ -126,12 +143,12 @@ class PageWriter {
     std::string slides() {
         std::string out;
         const std::size_t count = facts_.slides.size();
-        for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t i = 0; i < std::min(count, most_shown); ++i) {
             const std::string label =
                 "Slide " + std::to_string(i + 1) + " of " + std::to_string(count);
             append_slide(out, facts_.slides[i], label);
         }
-        return out;
+        return out + left_out("p", count, "slides");
     }
 
     void append_slide(std::string& out, const SlideFact& slide, const std::string& label) {
@@ -210,7 +227,7 @@ class PageWriter {
         strip += "<span class=\"why\"" + std::string(plays ? " hidden>" : ">") +
                  (plays ? (told.kind == MediaKind::image ? "This browser cannot show it."
                                                          : "This browser cannot play it.")
-                        : html_line(told.why_not)) +
+                        : short_line(told.why_not)) +
                  "</span> ";
         append_save(strip, media, plays && told.converted.empty() ? number : 0);
         strip += "</p>";
@@ -286,7 +303,7 @@ class PageWriter {
     template <typename Part>
     [[nodiscard]] std::string part_facts(const Part& part) const {
         std::string out = "<span class=\"facts\">";
-        if (part.type != nullptr) out += html_line(part.type) + ", ";
+        if (part.type != nullptr) out += short_line(part.type) + ", ";
         const std::size_t missing = missing_of(part);
         out += missing == 0 ? short_size(part.data.size()) : "cut";
         if (part.drm_class != 0) out += ", protected";
@@ -338,21 +355,24 @@ class PageWriter {
 
     std::string further() {
         std::string out;
+        std::size_t count = 0;
         for (std::size_t i = 0; i < facts_.slides.size(); ++i) {
             const SlideFact& slide = facts_.slides[i];
             const std::string where =
                 "<span class=\"facts\">Slide " + std::to_string(i + 1) + "</span>";
             for (const TextFact& text : slide.further_texts) {
-                if (text.text == nullptr) continue;
+                if (text.text == nullptr || ++count > most_shown) continue;
                 out += "<li>" + where + "<p dir=\"auto\">" + html_text(text.text) + "</p></li>\n";
             }
             for (const MediaFact& media : slide.further_media) {
+                if (++count > most_shown) continue;
                 out += "<li>" + where;
                 append_further(out, media);
                 out += "</li>\n";
             }
         }
         if (out.empty()) return "";
+        out += left_out("li", count, "elements");
         return "<section class=\"card further\"><h2>Also on the slides</h2><ul>\n" + out +
                "</ul></section>\n";
     }
@@ -363,7 +383,7 @@ class PageWriter {
         if (told.type != nullptr) append_element(out, media, told, number);
         out +=
             "<p><bdi>" + display_name(media.name, media.type) + "</bdi> " + part_facts(media) + ' ';
-        if (told.type == nullptr) out += html_line(told.why_not) + ' ';
+        if (told.type == nullptr) out += short_line(told.why_not) + ' ';
         append_save(out, media, told.type != nullptr && told.converted.empty() ? number : 0);
         out += "</p>";
     }
@@ -371,9 +391,10 @@ class PageWriter {
     std::string attachments() {
         if (facts_.attachments.empty()) return "";
         std::string out = "<section class=\"card\"><h2>Attachments</h2><ul class=\"files\">\n";
-        for (const AttachmentFact& part : facts_.attachments)
-            append_attachment(out, part);
-        return out + "</ul></section>\n";
+        const std::size_t count = facts_.attachments.size();
+        for (std::size_t i = 0; i < std::min(count, most_shown); ++i)
+            append_attachment(out, facts_.attachments[i]);
+        return out + left_out("li", count, "attachments") + "</ul></section>\n";
     }
 
     // What a browser can show of an attachment is seen without saving it.

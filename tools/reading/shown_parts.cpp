@@ -105,10 +105,22 @@ void become_part(Fact& fact, const MendedParts& parts, const MessageFacts& facts
 }  // namespace
 
 TextProbe::TextProbe(const tMMS_Mended& mended, const MessageFacts& facts) : facts_(facts) {
+    bool alike = false;
+    std::size_t presentation = 0;
     for (std::size_t i = 0; i < facts.parts.size(); ++i) {
         const PartFact& part = facts.parts[i];
-        if (part.text && !part.presentation) texts_.try_emplace(text_of(part.data), i);
+        if (part.laid_out) presentation = part.data.size();
+        if (part.presentation) continue;
+        // The slide view ends a text at its first zero octet.
+        const std::string_view text = text_of(part.data);
+        alike = !texts_.try_emplace(text.substr(0, text.find('\0')), i).second || alike;
     }
+    // Laying out costs parts times references, so what is hostile is not laid out twice: of its
+    // texts that are alike the first counts.
+    constexpr std::size_t most_work = std::size_t{1} << 20;
+    constexpr std::size_t bytes_of_a_reference = 32;
+    if (!alike || facts.parts.size() * (presentation / bytes_of_a_reference + 1) > most_work)
+        return;
     std::vector<uint8_t> message(mended.pData, mended.pData + mended.iLength);
     for (uint32_t i = 0; i < mended.iParts; ++i) {
         const tMMS_MendedPart& part = mended.pParts[i];
@@ -134,6 +146,34 @@ std::size_t TextProbe::part_of(std::size_t slide, std::size_t number, const char
         if (text_of(facts_.parts[found->second].data) == text) return found->second;
     }
     return first->second;
+}
+
+void bound_repeated_names(MessageFacts& facts) {
+    constexpr std::size_t base = 65'536;
+    const std::size_t allowed = base + facts.size;
+    std::size_t left = allowed;
+    bool whole = true;
+    const auto charge = [&](const char*& text) {
+        const std::size_t length = text != nullptr ? strnlen(text, left + 1) : 0;
+        if (length > left) {
+            text = nullptr;
+            whole = false;
+        } else {
+            left -= length;
+        }
+    };
+    for (SlideFact& slide : facts.slides) {
+        for (auto* list : {&slide.media, &slide.further_media}) {
+            for (MediaFact& media : *list) {
+                charge(media.name);
+                charge(media.type);
+            }
+        }
+    }
+    if (!whole)
+        facts.notes.push_back({NoteKind::lost, 0, 0, 0,
+                               "names and types on slides beyond " + std::to_string(allowed) +
+                                   " bytes: told with their parts alone"});
 }
 
 void name_shown_parts(const tMMS_Mended& mended, const TextProbe& texts, MessageFacts& facts) {

@@ -12,9 +12,8 @@
 
 namespace mmskit_tool {
 
-// The texts of each slide as the slide view shows them when every part of the mended message holds
-// a text of its own: texts on slides are copies, and these tell of which part. Uses and releases
-// the library's slide view.
+// Texts on slides are copies; this tells of which part. Where parts are alike it lays the message
+// out with a text of its own in every part, which uses and releases the library's slide view.
 class TextProbe {
   public:
     TextProbe(const tMMS_Mended& mended, const MessageFacts& facts);
@@ -27,9 +26,13 @@ class TextProbe {
   private:
     const MessageFacts& facts_;
     std::unordered_multimap<std::string, std::size_t> marks_;  // and their parts
-    std::unordered_map<std::string_view, std::size_t> texts_;  // the first part of each text
+    std::unordered_map<std::string_view, std::size_t> texts_;  // the first part that shows each
     std::vector<std::vector<std::string>> slides_;
 };
+
+// What slides repeat of a message, names and types, sums to at most its size and 64 KB: beyond that
+// a name or a type is told with its part alone, and a note says so.
+void bound_repeated_names(MessageFacts& facts);
 
 // Fills in the parts of slides and attachments, the sender's names, and the slides of each part.
 void name_shown_parts(const tMMS_Mended& mended, const TextProbe& texts, MessageFacts& facts);
