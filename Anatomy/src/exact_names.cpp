@@ -32,6 +32,13 @@ std::string shape_of(std::string_view name) {
     return shape;
 }
 
+bool has_shape(std::string_view name, std::string_view shape) {
+    if (name.size() != shape.size()) return false;
+    for (std::size_t i = 0; i < name.size(); ++i)
+        if (is_letter(name[i]) != (shape[i] != '\0')) return false;
+    return true;
+}
+
 // Which of the first 64 bytes are letters, a bit for each.
 constexpr std::size_t marked = 64;
 uint64_t letter_marks(std::string_view name) {
@@ -109,6 +116,9 @@ struct ExactNames::State {
     };
     std::unordered_map<std::size_t, std::vector<Named>> by_length;
     std::unordered_map<std::string, Table> tables;  // by shape
+    // References of one form often follow each other: its shape, and its table or null.
+    std::string last_shape;
+    Table* last_table = nullptr;
     uint64_t work = 0, entries = 0;
     bool gave_up = false;
 
@@ -133,7 +143,6 @@ struct ExactNames::State {
         const auto names = by_length.find(reference.size());
         if (names == by_length.end()) return nullptr;
         const auto [at, added] = tables.try_emplace(shape);
-        work += reference.size();
         if (added) fill(shape, letter_marks(reference), names->second, at->second);
         return &at->second;
     }
@@ -158,12 +167,15 @@ struct ExactNames::State {
 
     Class* find(std::string_view reference) {
         if (gave_up) return nullptr;
-        const std::string shape = shape_of(reference);
-        Table* const table = table_for(reference, shape);
-        if (table == nullptr || gave_up) return nullptr;
-        const auto found = table->find(hash_letters(shape, reference));
-        if (found == table->end() ||
-            !same_letters(shape, reference, name_of(found->second.entries[0])))
+        if (!has_shape(reference, last_shape)) {
+            last_shape = shape_of(reference);
+            last_table = table_for(reference, last_shape);
+        }
+        if (last_table == nullptr || gave_up) return nullptr;
+        work += reference.size();
+        const auto found = last_table->find(hash_letters(last_shape, reference));
+        if (found == last_table->end() ||
+            !same_letters(last_shape, reference, name_of(found->second.entries[0])))
             return nullptr;
         return &found->second;
     }
@@ -206,7 +218,8 @@ struct ExactNames::State {
 };
 
 ExactNames::ExactNames(const std::vector<PlannedPart>& parts) {
-    auto state = std::make_unique<State>(State{parts, std::vector<bool>(parts.size()), {}, {}, {}});
+    auto state =
+        std::make_unique<State>(State{parts, std::vector<bool>(parts.size()), {}, {}, {}, {}});
     state->collect();
     state_ = state.release();
 }

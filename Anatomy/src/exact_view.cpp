@@ -58,7 +58,8 @@ constexpr std::string_view attribute_names[] = {"left", "top", "height", "width"
 template <typename Index, std::size_t N>
 Index find_name(const std::string_view (&table)[N], std::string_view name) {
     for (std::size_t i = 0; i < N; ++i)
-        if (same_for_names(name, table[i])) return static_cast<Index>(i);
+        if (name.size() == table[i].size() && same_for_names(name, table[i]))
+            return static_cast<Index>(i);
     return Index::unknown;
 }
 
@@ -150,8 +151,8 @@ class Tags {
             if (at == one.size() || one[at] == '/' || one[at] == '>') return at;
             const std::size_t quote = one.find('"', at);
             if (quote == std::string_view::npos) return at;
-            const std::size_t end = span_to(one, quote + 1, "\">");
-            if (end == one.size() || one[end] != '"') return quote + 1;
+            const std::size_t end = one.find('"', quote + 1);  // a ">" is the last byte alone
+            if (end == std::string_view::npos) return quote + 1;
             // An empty name cannot be kept, and its tag is taken for the end of memory; it does
             // not occur, as a name has at least one byte here.
             const std::string_view text = one.substr(name, at - name);

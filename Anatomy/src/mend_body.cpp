@@ -60,12 +60,15 @@ class BodyMender {
           meant_(tree, smil_, notes),
           body_(tree.at(tree.body)) {
         choose_parts();
+        planned_.reserve(carried_.size());
     }
 
     MendedBody mend() {
         if (stays_as_it_is()) return std::move(out_);
-        planned_.clear();
-        plan_parts();
+        if (!all_read_right_) {
+            planned_.clear();
+            plan_parts();
+        }
         choose_names();
         write();
         return std::move(out_);
@@ -95,21 +98,34 @@ class BodyMender {
     // ---- As it is -----------------------------------------------------------------------------
 
     bool stays_as_it_is() {
-        const ExactBody read = exact_body(body_, carried_.size());
+        ExactBody read = exact_body(body_, carried_.size());
         if (!read.taken || read.parts.size() != carried_.size()) return false;
         if (read.presentation.presentation != (smil_ != no_part)) return false;
         if (smil_ != no_part && !stands_at(smil_, read.presentation)) return false;
         for (std::size_t i = 0; i < carried_.size(); ++i) {
             if (!stands_at(carried_[i], read.parts[i]) || !reads_right(carried_[i], read.parts[i]))
                 return false;
-            planned_.push_back(planned(carried_[i], read.parts[i]));
+            planned_.push_back(planned(carried_[i], std::move(read.parts[i])));
         }
         meant_.plan(planned_);
-        const std::vector<uint32_t> wrong =
-            wrong_parts(smil_ != no_part ? text_of_bytes(wire_of(smil_)) : std::string_view());
-        if (!view_is_right_ || !wrong.empty()) return false;
+        wrong_ = wrong_parts(smil_ != no_part ? text_of_bytes(wire_of(smil_)) : std::string_view());
+        if (!view_is_right_ || !wrong_.empty()) {
+            all_read_right_ = mark_as_they_are();
+            return false;
+        }
         out_.same = true;
-        list_same_parts(read);
+        list_same_parts(read.presentation);
+        return true;
+    }
+
+    // True when each part, copied behind true lengths, reads as it did in this body.
+    bool mark_as_they_are() {
+        for (PlannedPart& part : planned_) {
+            const PartDetail& detail = tree_.part_details[part.part];
+            part.as_it_is =
+                detail.headers_exact && detail.headers.length != 0 && is_untouched(part.part);
+            if (!part.as_it_is) return false;
+        }
         return true;
     }
 
@@ -142,29 +158,29 @@ class BodyMender {
         return wire.size() == part.iDataLen && wire.data() == part.pData;
     }
 
-    void list_same_parts(const ExactBody& read) {
+    void list_same_parts(const ExactBodyPart& presentation) {
         bool listed = smil_ == no_part;
         const auto list_presentation = [&] {
-            add_part(smil_, nullptr, read.presentation.data, read.presentation.size);
+            add_part(smil_, nullptr, presentation.data, presentation.size);
             listed = true;
         };
-        for (std::size_t i = 0; i < carried_.size(); ++i) {
-            if (!listed && smil_ < carried_[i]) list_presentation();
-            add_part(carried_[i], kept_name(read.parts[i]), read.parts[i].data, read.parts[i].size);
+        for (const PlannedPart& part : planned_) {
+            if (!listed && smil_ < part.part) list_presentation();
+            add_part(part.part, kept_name(part.exact), part.exact.data, part.exact.size);
         }
         if (!listed) list_presentation();
     }
 
     // ---- The plan -----------------------------------------------------------------------------
 
-    [[nodiscard]] PlannedPart planned(uint32_t index, const ExactBodyPart& exact) const {
+    [[nodiscard]] PlannedPart planned(uint32_t index, ExactBodyPart exact) const {
         PlannedPart part;
         part.part = index;
-        part.exact = exact;
+        part.exact = std::move(exact);
         const tMMS_Part& from = tree_.part_list[index];
         if (!std::string_view(from.pType).starts_with(drm_type)) return part;
         char inner[inner_type_size] = {};
-        part.drm = fnPAR_DrmType(exact.type.c_str(), from.pData,
+        part.drm = fnPAR_DrmType(part.exact.type.c_str(), from.pData,
                                  static_cast<int32_t>(from.iDataLen), nullptr, inner);
         part.inner_type = inner;
         return part;
@@ -177,7 +193,7 @@ class BodyMender {
             const bool as_it_is = headers.length != 0 && is_untouched(index) &&
                                   exact_part(tree_.at(headers), planned_.size(), exact) &&
                                   !exact.presentation && reads_right(index, exact);
-            planned_.push_back(planned(index, as_it_is ? exact : written_part(index)));
+            planned_.push_back(planned(index, as_it_is ? std::move(exact) : written_part(index)));
             planned_.back().as_it_is = as_it_is;
             if (!as_it_is) generate_name(planned_.size() - 1);
         }
@@ -249,13 +265,17 @@ class BodyMender {
     }
 
     void choose_names() {
-        meant_.plan(planned_);
         const bool whole = smil_ != no_part;
         if (whole) presentation_ = text_of_bytes(wire_of(smil_));
-        std::vector<uint32_t> wrong = wrong_parts(presentation_);
-        if (!view_is_right_ && whole) {  // read in another form on the wire?
-            presentation_ = handed_out(tree_.part_list[smil_]);
+        std::vector<uint32_t> wrong = std::move(wrong_);
+        if (!all_read_right_) {
+            meant_.plan(planned_);
             wrong = wrong_parts(presentation_);
+        }
+        if (!view_is_right_ && whole) {  // read in another form on the wire?
+            const std::string_view wire = presentation_;
+            presentation_ = handed_out(tree_.part_list[smil_]);
+            if (presentation_ != wire) wrong = wrong_parts(presentation_);
         }
         if (!wrong.empty()) {
             rename(wrong);
@@ -444,7 +464,9 @@ class BodyMender {
     std::optional<NewNames> new_names_;
     std::string written_;            // the presentation, where it is rewritten
     std::string_view presentation_;  // as it will stand in the body
+    std::vector<uint32_t> wrong_;    // parts of the body as it is
     bool view_is_right_ = false;
+    bool all_read_right_ = false;  // in the body as it is: the view alone is wrong
     std::size_t renamed_ = 0;
     MendedBody out_;
 };

@@ -107,28 +107,10 @@ void MeantView::plan(const std::vector<PlannedPart>& parts) {
 }
 
 std::string MeantView::written(const std::vector<PlannedPart>& parts) const {
-    Presentation out;
-    out.width = presentation_.width;
-    out.height = presentation_.height;
-    out.background = presentation_.background;
-    out.regions = presentation_.regions;
-    for (SmilSlide slide : presentation_.slides) {
-        const uint32_t first = slide.first_media, end = slide.first_media + slide.media;
-        slide.first_media = static_cast<uint32_t>(out.media.size());
-        for (uint32_t i = first; i < end; ++i) {
-            if (planned_parts_[i] == no_part) continue;
-            const SmilMedia& from = presentation_.media[i];
-            SmilMedia& media = out.media.emplace_back();
-            media.kind = from.kind;
-            media.source = parts[planned_parts_[i]].exact.shown_name();
-            media.region = from.region;
-            media.begin = from.begin;
-            media.end = from.end;
-        }
-        slide.media = static_cast<uint32_t>(out.media.size()) - slide.first_media;
-        if (slide.media != 0) out.slides.push_back(slide);
-    }
-    return write_presentation(out);
+    std::vector<const std::string*> sources(planned_parts_.size());
+    for (std::size_t i = 0; i < sources.size(); ++i)
+        if (planned_parts_[i] != no_part) sources[i] = &parts[planned_parts_[i]].exact.shown_name();
+    return write_presentation(presentation_, sources);
 }
 
 std::vector<uint32_t> MeantView::shown_parts() const {

@@ -49,8 +49,10 @@ struct Presentation {
 // in the text, and no deeper than itself however deep the text nests.
 Presentation read_presentation(std::string_view utf8);
 
-// Sources must be carried by a value (can_stand_in_value).
-std::string write_presentation(const Presentation& presentation);
+// `sources` has one for each of its media, null for one that is left out, as is a slide without
+// any. They must be carried by a value (can_stand_in_value).
+std::string write_presentation(const Presentation& presentation,
+                               const std::vector<const std::string*>& sources);
 
 // False for a text that the exact reader would not read back from an attribute's value as it is.
 bool can_stand_in_value(std::string_view text);

@@ -11,7 +11,8 @@ namespace {
 
 class Writer {
   public:
-    explicit Writer(const Presentation& from) : from_(from) {}
+    Writer(const Presentation& from, const std::vector<const std::string*>& sources)
+        : from_(from), sources_(sources) {}
 
     std::string write() {
         out_ = "<smil>\n";
@@ -81,6 +82,9 @@ class Writer {
     }
 
     void write_slide(const SmilSlide& slide) {
+        const auto first = sources_.begin() + slide.first_media, end = first + slide.media;
+        if (std::all_of(first, end, [](const std::string* source) { return source == nullptr; }))
+            return;
         out_ += "<par";
         number("dur", slide.duration, "ms");
         out_ += ">\n";
@@ -88,7 +92,8 @@ class Writer {
         bool coloured = !slide.foreground.has_value();  // the first text has the colour inside
         for (uint32_t i = 0; i < slide.media; ++i) {
             const SmilMedia& media = from_.media[slide.first_media + i];
-            begin_media(media);
+            if (first[i] == nullptr) continue;
+            begin_media(media, *first[i]);
             if (media.kind == MediaKind::text && !coloured) {
                 end_coloured(*slide.foreground);
                 coloured = true;
@@ -109,17 +114,18 @@ class Writer {
         out_ += "</text>\n";
     }
 
-    void begin_media(const SmilMedia& media) {
+    void begin_media(const SmilMedia& media, std::string_view source) {
         constexpr std::string_view names[] = {"text", "img", "audio", "video", "ref"};
         out_ += '<';
         out_ += names[static_cast<std::size_t>(media.kind)];
-        text("src", media.source);
+        text("src", source);
         if (media.region >= 0) text("region", ids_[static_cast<std::size_t>(media.region)]);
         if (media.begin != 0) number("begin", media.begin, "ms");
         if (media.end != 0) number("end", media.end, "ms");
     }
 
     const Presentation& from_;
+    const std::vector<const std::string*>& sources_;
     std::vector<std::string> ids_;
     std::string out_;
 };
@@ -133,8 +139,9 @@ bool can_stand_in_value(std::string_view text) {
     });
 }
 
-std::string write_presentation(const Presentation& presentation) {
-    return Writer(presentation).write();
+std::string write_presentation(const Presentation& presentation,
+                               const std::vector<const std::string*>& sources) {
+    return Writer(presentation, sources).write();
 }
 
 }  // namespace mmskit_anatomy

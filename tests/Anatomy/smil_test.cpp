@@ -107,6 +107,13 @@ std::string shown(const std::string& media, const std::string& attributes = "dur
     return document(slide(media, attributes));
 }
 
+std::string written_anew(const Presentation& p) {
+    std::vector<const std::string*> sources;
+    for (const SmilMedia& m : p.media)
+        sources.push_back(&m.source);
+    return write_presentation(p, sources);
+}
+
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
     for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
         text.replace(at, from.size(), to);
@@ -226,13 +233,13 @@ TEST(Smil, every_form_is_read_as_meant_and_written_as_the_exact_reader_reads_it)
         for (const SmilMedia& m : p.media)
             carried = carried && can_stand_in_value(m.source);
         if (!carried) continue;
-        const std::string written = write_presentation(p);
+        const std::string written = written_anew(p);
         written_meant = replaced(replaced(written_meant, "ref ", "image "), ",b", "");
         if (written_meant.find('@') == std::string::npos || written_meant == c.meant) {
             EXPECT_EQ(as_exactly_read(written), written_meant) << written;
         }
         EXPECT_EQ(as_meant(written), as_exactly_read(written)) << written;
-        EXPECT_EQ(write_presentation(read_presentation(written)), written);
+        EXPECT_EQ(written_anew(read_presentation(written)), written);
     }
 }
 
