@@ -176,6 +176,20 @@ const std::vector<Shape> messages = {
          return referred(n, part(located("image/" + times("n", n / 2) + zero, "i"), "x"),
                          "<img src=\"i\"/>");
      }},
+    {"a long name, on slides",
+     [](size_t n) {
+         return referred(n, part(located(png, times("n", n / 2)) + "\xC0\"i" + zero, "x"),
+                         "</par><par><img src=\"i\"/>");
+     }},
+    {"a long type, on slides",
+     [](size_t n) {
+         return referred(n, part(located("image/" + times("n", n / 2) + zero, "i"), "x"),
+                         "</par><par><img src=\"i\"/>");
+     }},
+    {"a text, on slides",
+     [](size_t n) {
+         return referred(n, part(located(text_type, "t"), "x"), "</par><par><text src=\"t\"/>");
+     }},
     {"regions", regions},
     {"slides", [](size_t n) { return with_smil(times("</par><par>", n), part(png, "x"), 1); }},
     {"elements", [](size_t n) { return with_smil(times("<img />", n), part(png, "x"), 1); }},
@@ -235,6 +249,10 @@ const std::vector<Shape> xml_pushes = {
 const std::vector<Shape> stores = {
     {"zeros", [](size_t n) { return std::string(n, '\0'); }},
     {"entries", [](size_t n) { return times(bytes("'k' 00 'v' 00 0A"), n); }},
+    {"one key behind others",
+     [](size_t n) {
+         return times(bytes("'a' 00 'v' 00 0A"), n / 2) + times(bytes("'k' 00 'v' 00 0A"), n / 2);
+     }},
     {"line feeds", [](size_t n) { return times(bytes("00 00 0A"), n); }},
     {"one value", [](size_t n) { return bytes("'k' 00") + times("v", n); }},
 };
