@@ -36,17 +36,28 @@ constexpr Element video_element = {video_kind, "<video src=\"", "\" region=\"Ima
 constexpr Element image_element = {image_kind, "<img src=\"", "\" region=\"Image\""};
 constexpr Element audio_element = {audio_kind, "<audio src=\"", "\" "};
 
-struct Milliseconds {
-    int32_t value;
-};
-struct HexColour {
+// A number within a text of at most 23 characters.
+struct Number {
+    const char* format;
     uint32_t value;
 };
-
-struct TextName {
-    explicit TextName(uint32_t slide) { fnSCRTL_snprintf(text, sizeof text, "Text%u.txt", slide); }
+struct NumberText {
+    explicit NumberText(Number number) {
+        fnSCRTL_snprintf(text, sizeof text, number.format, number.value);
+    }
     char text[24];
 };
+
+Number milliseconds(int32_t ms) {
+    const auto value = static_cast<uint32_t>(ms);
+    return {"%u", value < most_ms ? value : most_ms};
+}
+Number hex_colour(uint32_t rgb) {
+    return {"#%x", rgb};
+}
+Number text_name(uint32_t slide) {
+    return {"Text%u.txt", slide};
+}
 
 // Writes pieces one after the other, without terminators.
 class SmilText {
@@ -66,17 +77,7 @@ class SmilText {
     void piece(const char* text) {
         if (text != nullptr) out_.bytes(text, std::strlen(text));
     }
-    void piece(Milliseconds ms) {
-        const auto value = static_cast<uint32_t>(ms.value);
-        char digits[12];
-        fnSCRTL_snprintf(digits, sizeof digits, "%u", value < most_ms ? value : most_ms);
-        piece(digits);
-    }
-    void piece(HexColour colour) {
-        char digits[12];
-        fnSCRTL_snprintf(digits, sizeof digits, "#%x", colour.value);
-        piece(digits);
-    }
+    void piece(Number number) { piece(NumberText(number).text); }
 
     PduWriter out_{usual_smil_size};
 };
@@ -89,8 +90,8 @@ void correct_timing(CPSSlideStruct& slide, const MediumKind& kind, int32_t durat
 }
 
 void put_timing(SmilText& out, const CPSSlideStruct& slide, const MediumKind& kind) {
-    out.put(" begin=\"", Milliseconds{slide.*kind.begin}, "ms\" end=\"",
-            Milliseconds{slide.*kind.end}, "ms\" ");
+    out.put(" begin=\"", milliseconds(slide.*kind.begin), "ms\" end=\"",
+            milliseconds(slide.*kind.end), "ms\" ");
 }
 
 void put_element(SmilText& out, CPSSlideStruct& slide, const Element& element, int32_t duration) {
@@ -104,10 +105,10 @@ void put_text_element(SmilText& out, CPSSlideStruct& slide, uint32_t number, int
     // QUIRK text_corrects_image_timing: the image's times are corrected here, those of the text
     // are written as the host gave them.
     correct_timing(slide, image_kind, duration);
-    out.put("<text src=\"", TextName(number).text, "\" region=\"Text\"");
+    out.put("<text src=\"", text_name(number), "\" region=\"Text\"");
     put_timing(out, slide, text_kind);
     if (slide.bForeColor != 0)
-        out.put(">\r\n", " <param name=\"foreground-color\" value=\"", HexColour{slide.foreColor},
+        out.put(">\r\n", " <param name=\"foreground-color\" value=\"", hex_colour(slide.foreColor),
                 "\" />\r\n ", "</text>\r\n");
     else
         out.put("/>\r\n");
@@ -116,9 +117,9 @@ void put_text_element(SmilText& out, CPSSlideStruct& slide, uint32_t number, int
 void put_slide(SmilText& out, CPSSlideStruct& slide, uint32_t number) {
     int32_t& duration = tCPS_NewMessage.iSlideDur[number];
     if (duration < 1) duration = default_slide_ms;
-    out.put("<par dur=\"", Milliseconds{duration}, "ms\">\r\n");
+    out.put("<par dur=\"", milliseconds(duration), "ms\">\r\n");
     if (slide.bBgColor != 0)
-        out.put(" <param name=\"background-color\" value=\"", HexColour{slide.bgColor},
+        out.put(" <param name=\"background-color\" value=\"", hex_colour(slide.bgColor),
                 "\" />\r\n ");
     if (slide.bVideo != 0) {
         put_element(out, slide, video_element, duration);
@@ -195,7 +196,7 @@ class PartList {
         constexpr uint32_t utf8 = 106;
         const auto room = static_cast<uint32_t>(slide.iTextLen);
         const auto length = static_cast<uint32_t>(strnlen(slide.pText, room));
-        if (!append({plain_text_type, type_buffer, TextName(number).text,
+        if (!append({plain_text_type, type_buffer, NumberText(text_name(number)).text,
                      reinterpret_cast<uint8_t*>(slide.pText), length, uint64_t{room} + 1, length}))
             return false;
         last_->iCharset = utf8;

@@ -16,8 +16,8 @@ constexpr CPSSlideStruct empty_slide() {
     return slide;
 }
 
-constexpr CPSNewMessage empty_message() {
-    CPSNewMessage message = {};
+constexpr void make_empty(CPSNewMessage& message) {
+    message = {};
     message.iTotalSlides = 1;
     message.bSlideUsed[0] = 1;
     for (int i = 0; i < CPS_MAX_SLIDES; ++i) {
@@ -26,6 +26,11 @@ constexpr CPSNewMessage empty_message() {
     }
     for (int i = 0; i < CPS_MAX_ATTACHMENTS; ++i)
         message.attachment[i] = &tCPS_Attachment[i];
+}
+
+constexpr CPSNewMessage empty_message() {
+    CPSNewMessage message = {};
+    make_empty(message);
     return message;
 }
 
@@ -36,10 +41,9 @@ constexpr CPSSlideStruct fresh_slide = empty_slide();
 
 using namespace mmskit;
 
-static_assert(CPS_MAX_SLIDES == 10);
-constinit CPSSlideStruct tCPS_SlideStruct[CPS_MAX_SLIDES] = {
-    fresh_slide, fresh_slide, fresh_slide, fresh_slide, fresh_slide,
-    fresh_slide, fresh_slide, fresh_slide, fresh_slide, fresh_slide};
+// All zero until the first opening, and so no part of the file: an end counts only with its medium,
+// a colour only with its flag, and what sets those sets these.
+constinit CPSSlideStruct tCPS_SlideStruct[CPS_MAX_SLIDES] = {};
 constinit CPSAttachment tCPS_Attachment[CPS_MAX_ATTACHMENTS] = {};
 constinit CPSNewMessage tCPS_NewMessage = empty_message();
 
@@ -104,7 +108,7 @@ void CPSReleaseModule(void) {
 }
 
 int32_t CPSInitNewMMStruct(void) {
-    tCPS_NewMessage = empty_message();
+    make_empty(tCPS_NewMessage);
     for (CPSSlideStruct& slide : tCPS_SlideStruct)
         CPSInitSlideStruct(&slide);
     for (CPSAttachment& attachment : tCPS_Attachment)

@@ -16,6 +16,12 @@ void write_at(uint8_t** cursor, const char* text, void (*write)(PduWriter& out, 
     *cursor += out.size();
 }
 
+int32_t write_number(uint8_t* out, uint32_t value, void (*write)(PduWriter& out, uint32_t value)) {
+    PduWriter writer = PduWriter::onto(out);
+    write(writer, value);
+    return static_cast<int32_t>(writer.size());
+}
+
 uint32_t read_number_at(const uint8_t** cursor, uint32_t (*read)(BoundedReader& in)) {
     BoundedReader in = BoundedReader::unbounded(*cursor);
     const uint32_t value = read(in);
@@ -64,18 +70,15 @@ int32_t CompactUintvar(uint8_t* out, int32_t value) {
     // QUIRK negative_uintvar_is_one_octet: the value is signed here and has no groups above the
     // last when it is negative.
     const auto unsigned_value = static_cast<uint32_t>(value);
-    PduWriter writer = PduWriter::onto(out);
-    mmskit::write_uintvar(writer, value < 0 ? unsigned_value & 0x7F : unsigned_value);
-    return static_cast<int32_t>(writer.size());
+    return mmskit::write_number(out, value < 0 ? unsigned_value & 0x7F : unsigned_value,
+                                mmskit::write_uintvar);
 }
 
 int32_t EncodeValueLength(uint8_t* out, int32_t value) {
-    PduWriter writer = PduWriter::onto(out);
-    if (value <= mmskit::wsp::longest_short_length)
-        writer.byte(static_cast<uint8_t>(value));
-    else
-        mmskit::write_value_length(writer, static_cast<uint32_t>(value));
-    return static_cast<int32_t>(writer.size());
+    if (value > mmskit::wsp::longest_short_length)
+        return mmskit::write_number(out, static_cast<uint32_t>(value), mmskit::write_value_length);
+    *out = static_cast<uint8_t>(value);
+    return 1;
 }
 
 uint32_t OctetsToUintvar(const uint8_t** cursor) {

@@ -28,9 +28,21 @@ class WriteRoutine {
         : write_(&write), call_([](PduWriter& out, const void* callable) {
               (*static_cast<const Write*>(callable))(out);
           }) {}
+    // `write` for the record.
+    template <auto write, typename Record>
+    static WriteRoutine of(const Record& record) {
+        WriteRoutine routine;
+        routine.write_ = &record;
+        routine.call_ = [](PduWriter& out, const void* it) {
+            write(out, *static_cast<const Record*>(it));
+        };
+        return routine;
+    }
     void operator()(PduWriter& out) const { call_(out, write_); }
 
   private:
+    WriteRoutine() = default;
+
     const void* write_;
     void (*call_)(PduWriter& out, const void* callable);
 };

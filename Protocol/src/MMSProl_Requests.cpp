@@ -48,17 +48,19 @@ void write_time(PduWriter& out, uint8_t code, bool relative, uint32_t seconds) {
 
 void write_sender(PduWriter& out, const char* from) {
     out.byte(field::from);
-    write_with_length(out, [from](PduWriter& value) {
-        if (from == nullptr) {
-            value.byte(insert_address);
-            return;
-        }
-        // QUIRK from_is_never_quoted: unlike a recipient, a first byte of 0x80 or above gets no
-        // quote; the value-length delimits the address, and relays take it as it stands.
-        value.byte(address_present);
-        value.bytes(from, std::strlen(from));
-        value.text(std::strchr(from, '@') == nullptr ? "/TYPE=PLMN" : "");
-    });
+    if (from == nullptr) {
+        write_value_length(out, 1);
+        out.byte(insert_address);
+        return;
+    }
+    // QUIRK from_is_never_quoted: unlike a recipient, a first byte of 0x80 or above gets no quote;
+    // the value-length delimits the address, and relays take it as it stands.
+    const char* suffix = std::strchr(from, '@') == nullptr ? "/TYPE=PLMN" : "";
+    const size_t length = std::strlen(from);
+    write_value_length(out, static_cast<uint32_t>(1 + length + std::strlen(suffix) + 1));
+    out.byte(address_present);
+    out.bytes(from, length);
+    out.text(suffix);
 }
 
 template <typename Request>
@@ -143,25 +145,25 @@ void write_read_rec(PduWriter& out, const tMMS_ReadRecInd& report) {
 }  // namespace mmskit
 
 using mmskit::PduWriter;
+using mmskit::WriteRoutine;
 namespace field = mmskit::field;
 
 extern "C" {
 
 uint8_t* fnMMS_MakeSendMessagePdu(const tMMS_SendReq* request, uint32_t* len) {
     if (request == nullptr || len == nullptr) return nullptr;
-    return mmskit::encode(len, [&](PduWriter& out) { mmskit::write_send_request(out, *request); });
+    return mmskit::encode(len, WriteRoutine::of<mmskit::write_send_request>(*request));
 }
 
 uint8_t* fnMMS_MakeFWDMessagePdu(const tMMS_ForwardReq* request, uint32_t* len) {
     if (request == nullptr || len == nullptr) return nullptr;
-    return mmskit::encode(len,
-                          [&](PduWriter& out) { mmskit::write_forward_request(out, *request); });
+    return mmskit::encode(len, WriteRoutine::of<mmskit::write_forward_request>(*request));
 }
 
 uint8_t* fnMMS_MakeNotifyRespPdu(const char* tid, int32_t reportAllowed, int32_t status,
                                  uint32_t* len) {
     if (tid == nullptr || len == nullptr) return nullptr;
-    return mmskit::encode(len, [&](PduWriter& out) {
+    return mmskit::encode(len, [=](PduWriter& out) {
         mmskit::write_start(out, mmskit::message_type::notifyresp_ind, tid);
         mmskit::write_yes_no(out, field::report_allowed, reportAllowed != 0);
         mmskit::write_octet(out, field::status, static_cast<uint8_t>(status));
@@ -170,7 +172,7 @@ uint8_t* fnMMS_MakeNotifyRespPdu(const char* tid, int32_t reportAllowed, int32_t
 
 uint8_t* fnMMS_MakeAcknowledgePdu(const char* tid, int32_t reportAllowed, uint32_t* len) {
     if (tid == nullptr || len == nullptr) return nullptr;
-    return mmskit::encode(len, [&](PduWriter& out) {
+    return mmskit::encode(len, [=](PduWriter& out) {
         mmskit::write_start(out, mmskit::message_type::acknowledge_ind, tid);
         mmskit::write_yes_no(out, field::report_allowed, reportAllowed != 0);
     });
@@ -180,13 +182,13 @@ uint8_t* fnMMS_MakeReadReportPdu(const char* tid, const char* to, const char* su
                                  uint32_t* len) {
     if (tid == nullptr || to == nullptr || subject == nullptr || len == nullptr) return nullptr;
     return mmskit::encode(
-        len, [&](PduWriter& out) { mmskit::write_read_report(out, tid, to, subject); });
+        len, [=](PduWriter& out) { mmskit::write_read_report(out, tid, to, subject); });
 }
 
 uint8_t* fnMMS_MakeReadRecIndPdu(const tMMS_ReadRecInd* report, uint32_t* len) {
     if (report == nullptr || len == nullptr) return nullptr;
     if (report->pMessageId == nullptr || report->pTo == nullptr) return nullptr;
-    return mmskit::encode(len, [&](PduWriter& out) { mmskit::write_read_rec(out, *report); });
+    return mmskit::encode(len, WriteRoutine::of<mmskit::write_read_rec>(*report));
 }
 
 void fnMMS_FreeMadeMsgPduBuf(uint8_t* pdu) {

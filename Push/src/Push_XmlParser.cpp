@@ -15,15 +15,20 @@ namespace {
 
 constexpr uint8_t first_action = 5;  // signal-none, execute-low
 
-// Where a kind of document is put, and what its log lines call it.
-struct TextFile {
+// What became of a document; whether its temporary file is then deleted is part of the behavior.
+enum class Reading { done, failed, failed_keeping_file };
+
+// One kind of document: where it is put, what its log lines call that, its record, its tree, and
+// what running out of memory for the record means.
+struct TextKind {
     const char* path;
     const char* name;
     const char* open_failure_name;
+    uint32_t record_size;
+    Reading no_memory;
+    Reading (*read)(const XmlNode& root, void* record);
+    void (*free)(void* record);
 };
-constexpr TextFile si_file{"umb/tmp/xmlsic.xml", "xmlsic.xml", "xmlsic.xml"};
-// The log line of a failed reading names the other file, as hosts that search their logs know it.
-constexpr TextFile sl_file{"umb/tmp/xmlsl.xml", "xmlsl.xml", "xmlsic.xml"};
 
 struct FileClose {
     void operator()(tSCFS_File* file) const { fnSCFS_File_Close(file); }
@@ -39,7 +44,7 @@ bool clean(char* text) {
     return xml_within_limits(text);
 }
 
-bool write_file(const TextFile& file, const char* text) {
+bool write_file(const TextKind& file, const char* text) {
     if (fnSCFS_isFileExisted(file.path) != 0 && fnSCFS_DeleteFile(file.path) == 0)
         log_line("remove si file failed!!!");
     const OpenFile out(fnSCFS_File_Open(file.path, 1));
@@ -51,7 +56,7 @@ bool write_file(const TextFile& file, const char* text) {
     return true;
 }
 
-OpenFile open_file(const TextFile& file) {
+OpenFile open_file(const TextKind& file) {
     OpenFile in(fnSCFS_File_Open(file.path, 0));
     if (!in) log_line("failed to open the file:%s", file.open_failure_name);
     return in;
@@ -92,7 +97,8 @@ bool read_only_text(const XmlNode& element, char*& field) {
     return true;
 }
 
-bool read_si_attribute(const XmlAttribute& attribute, tPush_SiContent& si) {
+bool read_si_attribute(const XmlAttribute& attribute, void* record) {
+    auto& si = *static_cast<tPush_SiContent*>(record);
     if (xml_equals(attribute.name, "href")) return replace_with_value(attribute.value, si.pHref);
     if (xml_equals(attribute.name, "si-id")) return replace_with_value(attribute.value, si.pSiId);
     if (xml_equals(attribute.name, "created")) {
@@ -106,7 +112,8 @@ bool read_si_attribute(const XmlAttribute& attribute, tPush_SiContent& si) {
     return true;
 }
 
-bool read_sl_attribute(const XmlAttribute& attribute, tPush_SlContent& sl) {
+bool read_sl_attribute(const XmlAttribute& attribute, void* record) {
+    auto& sl = *static_cast<tPush_SlContent*>(record);
     if (xml_equals(attribute.name, "href")) return replace_with_value(attribute.value, sl.pHref);
     // QUIRK textual_sl_knows_execute_low_only: the other actions leave the record's as it is, and
     // no action stays 0.
@@ -115,9 +122,8 @@ bool read_sl_attribute(const XmlAttribute& attribute, tPush_SlContent& sl) {
     return true;
 }
 
-template <typename Record>
-bool read_attributes(const XmlNode& element, bool (*read)(const XmlAttribute&, Record&),
-                     Record& record) {
+bool read_attributes(const XmlNode& element, bool (*read)(const XmlAttribute&, void* record),
+                     void* record) {
     XmlAttributes attributes;
     xml_attributes(element, attributes);
     for (uint32_t i = 0; i < attributes.count; ++i)
@@ -129,10 +135,9 @@ void log_parse_error() {
     log_line("XML BIT HAS ERROR,FREE MEMORY AND EXIT ");
 }
 
-// What became of a document; whether its temporary file is then deleted is part of the behavior.
-enum class Reading { done, failed, failed_keeping_file };
-
-Reading read_si_tree(const XmlNode& root, tPush_SiContent& si) {
+Reading read_si_tree(const XmlNode& root, void* record) {
+    auto& si = *static_cast<tPush_SiContent*>(record);
+    si.iCharset = xml_text_charset;
     for (int32_t i = 0; i < root.children; ++i) {
         const XmlNode child = xml_child(root, i);
         if (child.kind == XmlKind::error) {
@@ -141,59 +146,67 @@ Reading read_si_tree(const XmlNode& root, tPush_SiContent& si) {
         }
         if (!xml_equals(child.name, "indication")) continue;
         if (!read_only_text(child, si.pNotifyText) ||
-            !read_attributes(child, read_si_attribute, si))
+            !read_attributes(child, read_si_attribute, record))
             return Reading::failed;
     }
     return root.children != 0 ? Reading::done : Reading::failed;
 }
 
-Reading read_sl_tree(const XmlNode& root, tPush_SlContent& sl) {
+Reading read_sl_tree(const XmlNode& root, void* record) {
+    static_cast<tPush_SlContent*>(record)->iCharset = xml_text_charset;
     if (root.children != 0) return Reading::failed_keeping_file;
     if (root.kind == XmlKind::error) {
         log_parse_error();
         return Reading::failed_keeping_file;
     }
-    if (xml_equals(root.name, "sl") && !read_attributes(root, read_sl_attribute, sl))
+    if (xml_equals(root.name, "sl") && !read_attributes(root, read_sl_attribute, record))
         return Reading::failed;
     return Reading::done;
 }
 
-// One kind of document: its file, its tree, its record, and what running out of memory means.
-struct SiText {
-    using Record = tPush_SiContent;
-    static constexpr TextFile file = si_file;
-    static constexpr Reading no_memory = Reading::failed;
-    static Reading read(const XmlNode& root, Record& si) { return read_si_tree(root, si); }
-    void operator()(Record* si) const { fnMMSPush_FreeSic(si); }
+constexpr TextKind si_text = {
+    .path = "umb/tmp/xmlsic.xml",
+    .name = "xmlsic.xml",
+    .open_failure_name = "xmlsic.xml",
+    .record_size = sizeof(tPush_SiContent),
+    .no_memory = Reading::failed,
+    .read = read_si_tree,
+    .free = [](void* record) { fnMMSPush_FreeSic(static_cast<tPush_SiContent*>(record)); },
 };
-struct SlText {
-    using Record = tPush_SlContent;
-    static constexpr TextFile file = sl_file;
-    static constexpr Reading no_memory = Reading::failed_keeping_file;
-    static Reading read(const XmlNode& root, Record& sl) { return read_sl_tree(root, sl); }
-    void operator()(Record* sl) const { fnMMSPush_FreeSlc(sl); }
+constexpr TextKind sl_text = {
+    .path = "umb/tmp/xmlsl.xml",
+    .name = "xmlsl.xml",
+    // The log line of a failed reading names the other file, as hosts that search their logs know
+    // it.
+    .open_failure_name = "xmlsic.xml",
+    .record_size = sizeof(tPush_SlContent),
+    .no_memory = Reading::failed_keeping_file,
+    .read = read_sl_tree,
+    .free = [](void* record) { fnMMSPush_FreeSlc(static_cast<tPush_SlContent*>(record)); },
 };
 
-template <typename Kind, typename Record = typename Kind::Record>
-Reading read_document(FILE* stream, Record* record) {
+Reading read_document(const TextKind& kind, FILE* stream, void* record) {
     XmlDocument document;
     XmlNode root;
     if (!document.open(stream) || !document.read(root)) return Reading::failed_keeping_file;
-    return record != nullptr ? Kind::read(root, *record) : Kind::no_memory;
+    return record != nullptr ? kind.read(root, record) : kind.no_memory;
 }
 
-template <typename Kind, typename Record = typename Kind::Record>
-Record* decode(char* text) {
-    if (text == nullptr || !clean(text) || !write_file(Kind::file, text)) return nullptr;
-    Owned<Record, Kind> record(new_record<Record>());
-    OpenFile in = open_file(Kind::file);
-    if (!in) return nullptr;
-    const Reading reading = read_document<Kind>(in->stream, record.get());
+Reading read_file(const TextKind& kind, void* record) {
+    OpenFile in = open_file(kind);
+    if (!in) return Reading::failed_keeping_file;
+    const Reading reading = read_document(kind, in->stream, record);
     in.reset();
-    if (reading != Reading::failed_keeping_file) fnSCFS_DeleteFile(Kind::file.path);
-    if (reading != Reading::done) return nullptr;
-    record->iCharset = xml_text_charset;
-    return record.release();
+    if (reading != Reading::failed_keeping_file) fnSCFS_DeleteFile(kind.path);
+    return reading;
+}
+
+void* decode(const TextKind& kind, char* text) {
+    if (text == nullptr || !clean(text) || !write_file(kind, text)) return nullptr;
+    void* record = allocate(kind.record_size);
+    if (read_file(kind, record) == Reading::done) return record;
+    kind.free(record);
+    return nullptr;
 }
 
 }  // namespace
@@ -202,11 +215,11 @@ Record* decode(char* text) {
 extern "C" {
 
 tPush_SiContent* fnMMSPush_DecodeXmlSic(char* pText, uint32_t) {
-    return mmskit::decode<mmskit::SiText>(pText);
+    return static_cast<tPush_SiContent*>(mmskit::decode(mmskit::si_text, pText));
 }
 
 tPush_SlContent* fnMMSPush_DecodeXmlSl(char* pText, uint32_t) {
-    return mmskit::decode<mmskit::SlText>(pText);
+    return static_cast<tPush_SlContent*>(mmskit::decode(mmskit::sl_text, pText));
 }
 
 void fnMMSPush_ReleaseXml(void) {

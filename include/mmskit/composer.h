@@ -104,7 +104,8 @@ typedef struct CPSNewMessage {
 
 /** @{ */
 /** The state itself, for a host that wants to look. Slide i of the message is tCPS_SlideStruct[i],
- * attachment i tCPS_Attachment[i]; both are changed through the calls below. */
+ * attachment i tCPS_Attachment[i]; both are changed through the calls below. Slides are all zero
+ * until the composer is first opened: ends and colours get their defaults then. */
 extern CPSNewMessage tCPS_NewMessage;
 extern CPSSlideStruct tCPS_SlideStruct[CPS_MAX_SLIDES];
 extern CPSAttachment tCPS_Attachment[CPS_MAX_ATTACHMENTS];

@@ -45,9 +45,10 @@ class RecordArea {
 // What makes the bytes part of a file: fnSCFS_WriteToFile or fnSCFS_AppendToFile.
 using StoreBytes = int32_t (*)(const void*, int32_t, const char*);
 
-// Writes the list's records into the opened area, and the area into the file.
+// Writes the list's records into an area of `capacity` bytes (null: one that grows), and the area
+// into the file, which a list that was marked while loading may not replace. False for null too.
 [[nodiscard]] bool save_list(const char* name, const tSCList* list, tSCFS_RecordWriter writer,
-                             RecordArea& area, StoreBytes store);
+                             StoreBytes store, const int32_t* capacity = nullptr);
 
 // Undoes an interrupted save: the backup, where there is one, becomes the file again. False when
 // it is or may be still there afterwards, so that the file may not be read or written.
@@ -60,9 +61,6 @@ using StoreBytes = int32_t (*)(const void*, int32_t, const char*);
 // Notes what became of loading a list: false marks it, so that it is not saved over the entries
 // that it lacks. No file is no failure.
 void note_loading(tSCList& list, const char* name, bool loaded);
-
-// Whether the list may become the whole of its file.
-bool may_replace_file(const tSCList& list);
 
 }  // namespace mmskit
 

@@ -213,9 +213,11 @@ int32_t date_to_httpDate(uint32_t seconds, char* out) {
     // QUIRK http_date_shifts_the_hour_alone: local time of UTC+8 becomes GMT without a carry into
     // the day, so hours before 8 are negative.
     // QUIRK http_weekday_is_the_week: the name is taken by the week of the year.
-    return std::sprintf(out, "%s, %u %s %u %d:%u:%u GMT", mmskit::weekday_names[date.iWeek % 7],
-                        date.iDay, mmskit::month_names[month], date.iYear,
-                        static_cast<int32_t>(date.iHour) - 8, date.iMinute, date.iSecond);
+    constexpr size_t room = 40;  // bytes that the caller has
+    return std::snprintf(out, room, "%s, %u %s %u %d:%u:%u GMT",
+                         mmskit::weekday_names[date.iWeek % 7], date.iDay,
+                         mmskit::month_names[month], date.iYear,
+                         static_cast<int32_t>(date.iHour) - 8, date.iMinute, date.iSecond);
 }
 
 int32_t fnSCFS_DaysInMonth(const tSCFS_DateTime* date) {
@@ -263,9 +265,8 @@ uint32_t fnSCFS_RealTime_To_Seconds(uint16_t year, uint16_t month, uint16_t day,
                                     int32_t base) {
     constexpr uint32_t from_1970_to_1980_01_06 = 315964800;
     const tSCFS_DateTime date = {year, month, day, hour, minute, second, 0};
-    if (base == 0) return JULIANTOSECONDS(&date);
-    if (base == 1) return JULIANTOSECONDS(&date) + from_1970_to_1980_01_06;
-    return 0;
+    if (base != 0 && base != 1) return 0;
+    return JULIANTOSECONDS(&date) + (base == 1 ? from_1970_to_1980_01_06 : 0);
 }
 
 tSCFS_DateTime* fnSCFS_InitTimeStructure(tSCFS_DateTime* date) {

@@ -154,8 +154,12 @@ bool RecordArea::write(tSCFS_RecordWriter writer, void* record) {
     }
 }
 
-bool save_list(const char* name, const tSCList* list, tSCFS_RecordWriter writer, RecordArea& area,
-               StoreBytes store) {
+bool save_list(const char* name, const tSCList* list, tSCFS_RecordWriter writer, StoreBytes store,
+               const int32_t* capacity) {
+    if (name == nullptr || list == nullptr || writer == nullptr) return false;
+    if (store == fnSCFS_WriteToFile && list->uReserved == load_failed_mark) return false;
+    RecordArea area;
+    if (!(capacity != nullptr ? area.open_fixed(*capacity) : area.open_for(name))) return false;
     for (const tSCListNode* node = list->pHead; node != nullptr; node = node->pNext) {
         if (!area.write(writer, node->pData)) return false;
     }
@@ -186,10 +190,6 @@ void note_loading(tSCList& list, const char* name, bool loaded) {
     const bool complete =
         loaded || name == nullptr || (recover_file(name) && presence_of(name) == Presence::absent);
     list.uReserved = complete ? 0 : load_failed_mark;
-}
-
-bool may_replace_file(const tSCList& list) {
-    return list.uReserved != load_failed_mark;
 }
 
 }  // namespace mmskit
@@ -241,24 +241,16 @@ int32_t fnSCFS_Load_File_To_ListEx(const char* name, tSCList* list, tSCFS_Record
 }
 
 int32_t fnSCFS_Save_List_To_File(const char* name, tSCList* list, tSCFS_RecordWriter writer) {
-    if (name == nullptr || list == nullptr || writer == nullptr) return 0;
-    mmskit::RecordArea area;
-    return mmskit::may_replace_file(*list) && area.open_for(name) &&
-           mmskit::save_list(name, list, writer, area, fnSCFS_WriteToFile);
+    return mmskit::save_list(name, list, writer, fnSCFS_WriteToFile);
 }
 
 int32_t fnSCFS_Save_List_To_FileEx(const char* name, tSCList* list, tSCFS_RecordWriter writer,
                                    int32_t capacity) {
-    if (name == nullptr || list == nullptr || writer == nullptr) return 0;
-    mmskit::RecordArea area;
-    return mmskit::may_replace_file(*list) && area.open_fixed(capacity) &&
-           mmskit::save_list(name, list, writer, area, fnSCFS_WriteToFile);
+    return mmskit::save_list(name, list, writer, fnSCFS_WriteToFile, &capacity);
 }
 
 int32_t fnSCFS_Append_List_To_File(const char* name, tSCList* list, tSCFS_RecordWriter writer) {
-    if (name == nullptr || list == nullptr || writer == nullptr) return 0;
-    mmskit::RecordArea area;
-    return area.open_for(name) && mmskit::save_list(name, list, writer, area, fnSCFS_AppendToFile);
+    return mmskit::save_list(name, list, writer, fnSCFS_AppendToFile);
 }
 
 tSCListNode* fnSCFS_List_Find_Node(const tSCList* list, void* key, tSCListCompareFunc compare) {

@@ -99,11 +99,6 @@ struct ValueText {
     size_t length;
 };
 
-long take_long(tSCFS_FileBuffer* buffer) {
-    if (buffer == nullptr) return 0;
-    return std::strtol(ValueText(*buffer).characters, nullptr, 10);
-}
-
 tSCFS_DateTime parse_date_time(const ValueText& text) {
     constexpr size_t week = 6;
     uint32_t fields[week + 1] = {};
@@ -115,7 +110,8 @@ tSCFS_DateTime parse_date_time(const ValueText& text) {
         at = std::strchr(at, ':');
         if (at == nullptr) break;
         // QUIRK doubled_colon_is_no_separator: a run of them is one.
-        at += std::strspn(at, ":");
+        while (*at == ':')
+            ++at;
         ++separators;
     }
     // Only six separators make a date with a week.
@@ -146,7 +142,7 @@ void fnSCFS_Buffer_WriteMem(tSCFS_FileBuffer* buffer, const void* bytes, int32_t
 }
 
 void fnSCFS_Buffer_WriteInteger(tSCFS_FileBuffer* buffer, int32_t value) {
-    mmskit::put_formatted(buffer, "%d", value);
+    fnSCFS_Buffer_WriteLong(buffer, value);
 }
 
 void fnSCFS_Buffer_WriteLong(tSCFS_FileBuffer* buffer, long value) {
@@ -180,11 +176,13 @@ char* fnSCFS_Buffer_ReadString(tSCFS_FileBuffer* buffer) {
 }
 
 int32_t fnSCFS_Buffer_ReadInteger(tSCFS_FileBuffer* buffer) {
-    return static_cast<int32_t>(std::clamp<long>(mmskit::take_long(buffer), INT32_MIN, INT32_MAX));
+    return static_cast<int32_t>(
+        std::clamp<long>(fnSCFS_Buffer_ReadLong(buffer), INT32_MIN, INT32_MAX));
 }
 
 long fnSCFS_Buffer_ReadLong(tSCFS_FileBuffer* buffer) {
-    return mmskit::take_long(buffer);
+    if (buffer == nullptr) return 0;
+    return std::strtol(mmskit::ValueText(*buffer).characters, nullptr, 10);
 }
 
 int32_t fnSCFS_Buffer_ReadMem(tSCFS_FileBuffer* buffer, void* out, int32_t length) {

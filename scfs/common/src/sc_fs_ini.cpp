@@ -142,10 +142,7 @@ int32_t fnSCFS_INI_Write(const char* file, tSCList* list, const char* key, const
 }
 
 int32_t fnSCFS_Write_INI_To_File(const char* file, tSCList* list) {
-    if (file == nullptr || list == nullptr) return 0;
-    mmskit::RecordArea area;
-    return mmskit::may_replace_file(*list) && area.open_for(file) &&
-           mmskit::save_list(file, list, mmskit::write_entry, area, fnSCFS_WriteToFile);
+    return mmskit::save_list(file, list, mmskit::write_entry, fnSCFS_WriteToFile);
 }
 
 }  // extern "C"

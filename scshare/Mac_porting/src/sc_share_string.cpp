@@ -132,7 +132,7 @@ char* fnSC_STRNCAT(char* d, const char* s, uint32_t n) {
 int32_t fnSC_ATOI(const char* s) {
     if (s == nullptr) return 0;
     return static_cast<int32_t>(
-        std::clamp<long long>(std::strtoll(s, nullptr, 10), INT32_MIN, INT32_MAX));
+        std::clamp<long>(std::strtol(s, nullptr, 10), INT32_MIN, INT32_MAX));
 }
 
 int32_t fnSCRTL_vsnprintf(char* out, uint32_t size, const char* format, va_list args) {
@@ -175,7 +175,7 @@ char* fnSCRTL_itoa(int32_t value, char* out, int32_t radix) {
 char* fnSCRTL_ftoa(double value, char* out, int32_t decimals) {
     if (out == nullptr) return nullptr;
     const int32_t places = std::clamp<int32_t>(decimals, 0, mmskit::limits::ftoa_decimals);
-    std::sprintf(out, "%.*f", places, value);
+    std::snprintf(out, mmskit::limits::ftoa_text, "%.*f", places, value);
     return out;
 }
 

@@ -19,9 +19,10 @@ inline constexpr uint64_t slide_copy_factor = 8;
 // A log line is cut here; the longest fixed text is below 100 bytes and pieces are at most 50.
 inline constexpr uint32_t log_line = 256;  // bytes
 
-// Decimals that fnSCRTL_ftoa writes: bounds its text to 376 bytes (sign, 309 digits, point, these,
+// Decimals that fnSCRTL_ftoa writes, and its longest text (sign, 309 digits, point, these,
 // terminator), so that a caller can size a buffer. A double carries 17 significant digits.
 inline constexpr int32_t ftoa_decimals = 64;
+inline constexpr uint32_t ftoa_text = 376;  // bytes
 
 // Parts of one message. Each part that is kept costs records and names of up to 500 bytes, whatever
 // its own size; a message of a thousand slides has some three thousand parts.

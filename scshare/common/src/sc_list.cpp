@@ -52,13 +52,14 @@ Node* predecessor(const tSCList& list, const Node* next) {
     return at;
 }
 
-template <typename Release>
-void clear(tSCList* list, Release release) {
+// The next datum of a list that is being emptied, which from now on is not marked; null when it is
+// empty.
+void* take_front(tSCList* list) {
     if (list != nullptr) list->uReserved = 0;
-    while (fnSCList_IsEmpty(list) == 0) {
-        void* data = fnSCList_RemoveFront(list);
-        if (data != nullptr) release(&data);
-    }
+    void* data = nullptr;
+    while (data == nullptr && fnSCList_IsEmpty(list) == 0)
+        data = fnSCList_RemoveFront(list);
+    return data;
 }
 
 // ---- Sorting ------------------------------------------------------------------------------------
@@ -228,15 +229,13 @@ void* fnSCList_RemoveTail(tSCList* list) {
 }
 
 void fnSCList_Clear(tSCList* list, tSCListFreeFunc free) {
-    mmskit::clear(list, [free](void** data) {
-        if (free != nullptr) free(data);
-    });
+    while (void* data = mmskit::take_front(list))
+        if (free != nullptr) free(&data);
 }
 
 void fnSCList_Clear_ByType(tSCList* list, tSCListFreeTypeFunc free, uint32_t word) {
-    mmskit::clear(list, [free, word](void** data) {
-        if (free != nullptr) free(data, word);
-    });
+    while (void* data = mmskit::take_front(list))
+        if (free != nullptr) free(&data, word);
 }
 
 int32_t fnSCList_Delete_ByNum(tSCList* list, int32_t index, tSCListFreeFunc free) {
