@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "Parser/src/smil_internal.h"
+#include "scshare/common/src/eight_bytes.h"
 #include "scshare/common/src/owned.h"
 
 extern "C" {
@@ -98,59 +99,66 @@ bool agrees(const char* name, const char* known, size_t size) {
     return true;
 }
 
-// A table of names, found by length and first letter, which no two of its rows share: a name agrees
-// with a row of its own length only, and when it begins with a letter with one that begins with it.
+// Names that are shorter, as most are, are compared whole.
+constexpr int32_t word_size = sizeof(uint64_t);
+
+// A table of names of which no two agree with the same name of letters.
 template <size_t Count>
 class Names {
   public:
     constexpr explicit Names(const char* const (&table)[Count + 1]) : table_(table) {
-        for (size_t i = 0; i < Count; ++i)
+        words_[0] = UINT64_MAX;
+        for (size_t i = 0; i < Count; ++i) {
             sizes_[i] = static_cast<uint8_t>(__builtin_strlen(table[i]));
-        while (factor_ < UINT8_MAX && !spreads())
-            ++factor_;
+            for (size_t at = 0; at < sizes_[i] && sizes_[i] < word_size; ++at)
+                words_[i + 1] |= static_cast<uint64_t>(table[i][at]) << 8 * at;
+        }
+        for (int tries = 0; tries < 10000 && !spread_; ++tries) {
+            factor_ = factor_ * 0x5851F42D4C957F2D + 1;
+            spread_ = spreads();
+        }
     }
 
     int32_t find(TextView name) const {
-        if (name.size == 0) return -1;
-        if (!is_letter(*name.data)) return first_that_agrees(name);
-        const uint8_t place = places_[place_of(*name.data, name.size)];
-        return place != 0 && agrees_with(place - 1, name) ? place - 1 : -1;
+        for (size_t i = 0; i < Count; ++i)
+            if (sizes_[i] == name.size && agrees(name.data, table_[i], name.size))
+                return static_cast<int32_t>(i);
+        return -1;
     }
 
-    constexpr bool is_spread() const { return factor_ < UINT8_MAX; }
+    // Whether a row is exactly this, of less than eight bytes with zeros behind them.
+    bool find_word(uint64_t word, int32_t& index) const {
+        const uint8_t row = places_[place_of(word)];
+        index = row - 1;
+        return words_[row] == word;
+    }
+
+    constexpr bool is_spread() const { return spread_; }
 
   private:
     static constexpr size_t room = 32;
 
-    constexpr size_t place_of(char letter, size_t size) const {
-        return (static_cast<size_t>(letter & 0x1F) * factor_ + size) % room;
-    }
+    constexpr size_t place_of(uint64_t word) const { return word * factor_ >> 59; }
 
     // Puts every row at a place of its own, if this factor can.
     constexpr bool spreads() {
         for (uint8_t& place : places_)
             place = 0;
-        for (size_t i = 0; i < Count; ++i) {
-            uint8_t& place = places_[place_of(table_[i][0], sizes_[i])];
+        for (size_t row = 1; row <= Count; ++row) {
+            if (words_[row] == 0) continue;
+            uint8_t& place = places_[place_of(words_[row])];
             if (place != 0) return false;
-            place = static_cast<uint8_t>(i + 1);
+            place = static_cast<uint8_t>(row);
         }
         return true;
     }
 
-    bool agrees_with(int32_t row, TextView name) const {
-        return sizes_[row] == name.size && agrees(name.data, table_[row], name.size);
-    }
-    int32_t first_that_agrees(TextView name) const {
-        for (size_t i = 0; i < Count; ++i)
-            if (agrees_with(static_cast<int32_t>(i), name)) return static_cast<int32_t>(i);
-        return -1;
-    }
-
     const char* const* table_;
-    uint8_t factor_ = 1;
-    uint8_t sizes_[Count] = {};
+    uint64_t words_[Count + 1] = {};  // of the rows that fit, behind one that is no word
+    uint64_t factor_ = 1;
     uint8_t places_[room] = {};
+    uint8_t sizes_[Count] = {};
+    bool spread_ = false;
 };
 
 constexpr Names<14> tags(SmilTag);
@@ -160,12 +168,16 @@ static_assert(tags.is_spread() && attributes.is_spread());
 }  // namespace
 
 bool is_named(TextView name, TextView known) {
-    return name.size == known.size && agrees(name.data, known.data, name.size);
+    return name.equals(known) ||
+           (name.size == known.size && agrees(name.data, known.data, name.size));
 }
 
 // ---- Scanning ---------------------------------------------------------------------------------
 
 namespace {
+
+// A word of eight bytes may be read where the text goes on for more than this, its next two too.
+constexpr int32_t word_room = word_size + 2;
 
 // The text of the next tag, from "<" through ">", and the cursor behind it.
 inline bool next_tag_text(TextView& tag) {
@@ -239,9 +251,66 @@ struct AttributeWalk {
     }
 };
 
-}  // namespace
+// The attribute at `p` of a tag in its place when it is written as usual: a blank, a known name and
+// `="`. Null for any other, else where it ends. `last_word` is that of the tag, `end` its own.
+inline const char* plain_attribute(const char* p, const char* last_word, const char* end,
+                                   Attributes::Item& out) {
+    if (p >= last_word || *p != ' ') return nullptr;
+    const char* const name = p + 1;
+    const uint64_t word = eight_bytes(name);
+    const uint64_t behind = mark_below(word, 'A');
+    if (behind == 0) return nullptr;
+    int32_t index = -1;
+    if (!attributes.find_word(bytes_before(word, behind), index)) return nullptr;
+    const size_t size = count_before(behind);
+    const char* const value = name + size + 2;
+    if (value[-2] != '=' || value[-1] != '"') return nullptr;
+    const char* close = value;
+    uint64_t quote = 0;
+    for (;; close += word_size) {
+        if (close >= last_word) return nullptr;
+        quote = mark_byte(eight_bytes(close), '"');
+        if (quote != 0) break;
+    }
+    close += count_before(quote);
+    if (close >= end) return nullptr;
+    out = {index, {name, size}, {value, static_cast<size_t>(close - value)}};
+    return close + 1;
+}
 
-bool next_tag(Tag& out) {
+// The next tag when it has the usual form, a known name with a blank or the tag's end behind it.
+// False, and the cursor where it was, for any other.
+inline bool next_plain_tag(Tag& out) {
+    const char* const text = parser_state.bpSMIL_CurChar;
+    if (text == nullptr || parser_state.wSMIL_TotalSize < word_size) return false;
+    const char* const end = text + parser_state.wSMIL_TotalSize;
+    const uint64_t begin = mark_byte(eight_bytes(text), '<');
+    if (begin == 0) return false;
+    const char* name = text + count_before(begin) + 1;
+    if (end - name <= word_room) return false;
+    const bool closing = *name == '/';
+    name += closing ? 1 : 0;
+    const uint64_t word = eight_bytes(name);
+    const uint64_t marks = mark_below(word, 'A');
+    if (marks == 0 || !tags.find_word(bytes_before(word, marks), out.index)) return false;
+    const char* const behind = name + count_before(marks);
+    const char* last = behind;
+    if (*behind == ' ')
+        last =
+            static_cast<const char*>(std::memchr(behind, '>', static_cast<size_t>(end - behind)));
+    else if (*behind != '>')
+        return false;
+    if (last == nullptr) return false;
+    out.type = last[-1] == '/' ? empty_tag : closing ? closing_tag : opening_tag;
+    out.rest = between(behind, *behind == ' ' ? last + 1 : behind);
+    out.last_word = end - word_room;
+    parser_state.bpSMIL_CurChar = last + 1;
+    parser_state.wSMIL_TotalSize = static_cast<int32_t>(end - last - 1);
+    return true;
+}
+
+// The next tag in any form.
+[[gnu::noinline, gnu::cold]] bool next_any_tag(Tag& out) {
     TextView text;
     while (next_tag_text(text)) {
         TagView tag;
@@ -251,32 +320,63 @@ bool next_tag(Tag& out) {
         const bool empty = tag.slash_in_name || text.end()[-2] == '/';
         out.type = empty ? empty_tag : tag.closing ? closing_tag : opening_tag;
         out.rest = tag.rest;
+        out.last_word = text.size > word_room ? text.end() - word_room : text.data;
         return true;
     }
     return false;
 }
 
+}  // namespace
+
+bool next_tag(Tag& out) {
+    return next_plain_tag(out) || next_any_tag(out);
+}
+
+namespace {
+
+// Null where reading attributes stops, else where the one at `p` ends.
+[[gnu::noinline, gnu::cold]] const char* any_attribute(const char* p, const char* end,
+                                                       Attributes::Item& out) {
+    AttributeWalk walk{p, end};
+    if (!walk.next()) return nullptr;
+    out = {attributes.find(walk.name), walk.name, walk.value};
+    return walk.p;
+}
+
+}  // namespace
+
 // cppcheck-suppress uninitMemberVar  ; the room is filled as it is counted
 Attributes::Attributes(const Tag& tag) {
-    if (tag.rest.size == 0) return;
-    AttributeWalk walk{tag.rest.data, tag.rest.end()};
-    uint32_t count = 0;
-    for (; walk.next(); ++count) {
-        if (count == room_ && !grow()) {
+    const char* p = tag.rest.data;
+    const char* const end = tag.rest.end();
+    if (p == end) return;
+    Item* item = items_;
+    const Item* full = items_ + room_;
+    for (;; ++item) {
+        const char* behind = plain_attribute(p, tag.last_word, end, *item);
+        if (behind == nullptr) {
+            if (is_in(p[*p == ' ' ? 1 : 0], class_no_attribute)) break;
+            behind = any_attribute(p, end, *item);
+            if (behind == nullptr) break;
+        }
+        p = behind;
+        if (item != full) continue;
+        if (!grow()) {
             exhaust_cursor();
             return;
         }
-        items_[count] = {attributes.find(walk.name), walk.name, walk.value};
+        item = items_ + room_ / 2;
+        full = items_ + room_;
     }
-    count_ = count;
+    last_ = item;
 }
 
-bool Attributes::grow() {
-    auto* larger = static_cast<Item*>(allocate_unfilled(uint64_t{room_} * 2 * sizeof(Item)));
+[[gnu::cold]] bool Attributes::grow() {
+    auto* larger = static_cast<Item*>(allocate_unfilled((uint64_t{room_} * 2 + 1) * sizeof(Item)));
     if (larger == nullptr) return false;
-    std::memcpy(static_cast<void*>(larger), items_, sizeof(Item) * room_);
+    std::memcpy(static_cast<void*>(larger), items_, sizeof(Item) * (room_ + 1));
     block_.reset(larger);
-    items_ = larger;
+    last_ = items_ = larger;
     room_ *= 2;
     return true;
 }

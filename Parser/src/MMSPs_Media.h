@@ -15,8 +15,10 @@ inline constexpr char drm_message_type[] = "application/vnd.oma.drm.message";
 inline constexpr char drm_content_type[] = "application/vnd.oma.drm.content";
 
 inline bool is_drm_type(const char* type) {
-    return type != nullptr &&
-           (std::strcmp(type, drm_message_type) == 0 || std::strcmp(type, drm_content_type) == 0);
+    constexpr size_t common = sizeof "application/vnd.oma.drm." - 1;
+    return type != nullptr && std::strncmp(type, drm_message_type, common) == 0 &&
+           (std::strcmp(type + common, drm_message_type + common) == 0 ||
+            std::strcmp(type + common, drm_content_type + common) == 0);
 }
 
 // Classes of fnPAR_DrmType.

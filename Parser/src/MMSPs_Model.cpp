@@ -14,7 +14,7 @@ namespace {
 
 template <typename Record, typename... Texts>
 void free_texts(Record& record, Texts... texts) {
-    (fnSC_Free(&(record.*texts)), ...);
+    (deallocate(record.*texts), ...);
 }
 
 template <typename Element>

@@ -49,14 +49,9 @@ enum ParEnd : int32_t { par_closed = 0, par_failed = 1, par_nested = 2 };
 
 // ---- Layout -------------------------------------------------------------------------------
 
-struct RegionNumber {
-    AttributeIndex attribute;
-    int32_t tSMIL_Region::*field;
-};
-constexpr RegionNumber region_numbers[] = {{attr_left, &tSMIL_Region::Left},
-                                           {attr_top, &tSMIL_Region::Top},
-                                           {attr_height, &tSMIL_Region::Height},
-                                           {attr_width, &tSMIL_Region::Width}};
+constexpr int32_t tSMIL_Region::*region_numbers[] = {&tSMIL_Region::Left, &tSMIL_Region::Top,
+                                                     &tSMIL_Region::Height, &tSMIL_Region::Width};
+static_assert(attr_left == 0 && attr_top == 1 && attr_height == 2 && attr_width == 3);
 
 // The last one read of each text is the first of the document.
 struct RegionTexts {
@@ -78,8 +73,8 @@ void read_region(const Tag& tag, tSMIL_Layout& layout) {
     while (const Attributes::Item* a = attributes.next()) {
         if (a->index == attr_id) texts.id = a->value;
         if (a->index == attr_fit) texts.fit = a->value;
-        for (const RegionNumber& number : region_numbers)
-            if (a->index == number.attribute) region->*number.field = number_value(a->value);
+        if (a->index >= attr_left && a->index <= attr_width)
+            region->*region_numbers[a->index] = number_value(a->value);
     }
     if (!keep_text(region->Id, texts.id) || !keep_text(region->Fit, texts.fit)) exhaust_cursor();
     region->Next = layout.RegionList;
@@ -124,7 +119,8 @@ constexpr ElementKind<tSMIL_Media> video_kind{find_video, SmilAddVideo, nullptr}
 
 template <typename Element>
 void place_in_region(Element& element, TextView id) {
-    int32_t rect[4] = {element.Left, element.Top, element.Width, element.Height};
+    if (id.size == 0) return;
+    int32_t rect[4];
     find_region_rect(rect, id);
     element.Left = rect[0];
     element.Top = rect[1];
@@ -133,41 +129,14 @@ void place_in_region(Element& element, TextView id) {
 }
 void place_in_region(tSMIL_Audio&, TextView) {}
 
-void copy_part(tSMIL_Text& to, const tSMIL_Text& from) {
-    to.Data = from.Data;
-}
-template <typename Element>
-void copy_part(Element& to, const Element& from) {
-    to.Data = from.Data;
-    to.Type = from.Type;
-    to.Name = from.Name;
-    to.Length = from.Length;
-    to.IsDrm = from.IsDrm;
-    to.DrmType = from.DrmType;
-    to.DrmInfo1 = from.DrmInfo1;
-    to.DrmInfo2 = from.DrmInfo2;
-}
-
-// With several `src` each is looked up; the first in the document that names a part is shown.
-template <typename Element>
-bool take_source(Element& element, const ElementKind<Element>& kind, TextView id) {
-    Element found{};
-    const bool served = kind.find(found, id);
-    if (!served || found.Data == nullptr) {
-        clear_element(found);
-        return served;
-    }
-    clear_element(element);
-    copy_part(element, found);
-    return true;
-}
-
 template <typename Element>
 bool read_element(Element& element, const ElementKind<Element>& kind, Attributes& attributes) {
     while (const Attributes::Item* a = attributes.next()) {
         switch (a->index) {
             case attr_src:
-                if (!take_source(element, kind, a->value)) return false;
+                // With several each is looked up; the first in the document that names a part is
+                // shown.
+                if (!kind.find(element, a->value)) return false;
                 break;
             case attr_region:
                 place_in_region(element, a->value);

@@ -15,8 +15,8 @@ const tSMIL_Region* find_exact(TextView id) {
     const uint64_t work = 1 + id.size / limits::reference_bytes;
     const tSMIL_Region* region = tSMIL_ViewStruct.RegionList;
     for (; region != nullptr; region = region->Next) {
-        if (region->Id != nullptr && std::strncmp(region->Id, id.data, id.size) == 0 &&
-            region->Id[id.size] == '\0')
+        if (region->Id != nullptr && *region->Id == *id.data &&
+            std::strncmp(region->Id, id.data, id.size) == 0 && region->Id[id.size] == '\0')
             break;
         if (!spend_reference_work(work)) return nullptr;
     }

@@ -23,66 +23,75 @@ constexpr NamedColour named_colours[] = {
 };
 constexpr uint32_t white = 0xFFFFFFFF;
 
+constexpr bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
 // QUIRK colour_digits_are_not_checked: a character that is no hexadecimal digit counts with its
 // own code.
 constexpr uint32_t digit_value(char c) {
-    if (c >= '0' && c <= '9') return static_cast<uint32_t>(c - '0');
-    if (c >= 'A' && c <= 'F') return static_cast<uint32_t>(c - 'A' + 10);
-    if (c >= 'a' && c <= 'f') return static_cast<uint32_t>(c - 'a' + 10);
+    if (is_digit(c)) return static_cast<uint32_t>(c - '0');
+    const char lower = static_cast<char>(c | 0x20);
+    if (lower >= 'a' && lower <= 'f') return static_cast<uint32_t>(lower - 'a' + 10);
     return static_cast<unsigned char>(c);
 }
 
-// QUIRK hash_colour_has_no_alpha: "#FF0000" is 0x00FF0000 while "RED" is 0xFFFF0000. Digits beyond
-// the eighth from the end have a weight of 0 modulo 2^32.
+// QUIRK hash_colour_has_no_alpha: "#FF0000" is 0x00FF0000 while "RED" is 0xFFFF0000. Digits before
+// the last eight leave the 32 bits.
 uint32_t hex_colour(TextView digits) {
     uint32_t value = 0;
-    uint32_t weight = 1;
-    for (size_t i = digits.size; i-- > 0; weight *= 16) {
-        const uint32_t digit = digit_value(digits.data[i]);
+    for (size_t i = 0; i < digits.size; ++i)
+        value = value * 16 + digit_value(digits.data[i]);
+    for (size_t i = digits.size; log_enabled && i-- > 0;) {
         log_line("strColor[len-i-1]:%c", digits.data[i]);
-        log_line("chr:%d", static_cast<int>(digit));
-        value += digit * weight;
+        log_line("chr:%d", static_cast<int>(digit_value(digits.data[i])));
     }
     return value;
 }
 
-}  // namespace
+// The leading integer, and what stands behind it.
+struct Number {
+    int32_t value;
+    const char* rest;
+};
 
-namespace {
-
-// The leading integer, taken off the text.
-int32_t take_number(TextView& text) {
-    const char* p = text.data;
-    const char* const end = text.end();
-    while (p != end && (*p == ' ' || (*p >= '\t' && *p <= '\r')))
-        ++p;
-    const bool negative = p != end && *p == '-';
-    if (p != end && (*p == '-' || *p == '+')) ++p;
+Number leading_number(const char* p, const char* end) {
+    bool negative = false;
+    if (p != end && !is_digit(*p)) {
+        while (p != end && (*p == ' ' || (*p >= '\t' && *p <= '\r')))
+            ++p;
+        negative = p != end && *p == '-';
+        if (p != end && (*p == '-' || *p == '+')) ++p;
+    }
     int64_t value = 0;
-    for (; p != end && *p >= '0' && *p <= '9'; ++p)
-        if (value <= INT32_MAX) value = value * 10 + (*p - '0');
-    text = {p, static_cast<size_t>(end - p)};
-    return saturate(negative ? -value : value);
+    for (; p != end; ++p) {
+        const auto digit = static_cast<uint32_t>(*p - '0');
+        if (digit > 9) break;
+        if (value <= INT32_MAX) value = value * 10 + digit;
+    }
+    return {saturate(negative ? -value : value), p};
 }
 
 }  // namespace
 
 int32_t number_value(TextView text) {
-    return take_number(text);
+    return leading_number(text.data, text.end()).value;
 }
 
 // QUIRK time_is_leading_integer: "1.5s" is one second, a clock value or a word is 0, and "5Ms" is
 // five seconds since only "ms" and "MS" mean milliseconds.
 int32_t time_value(TextView text) {
-    const int32_t number = take_number(text);  // a unit before it leaves 0
+    const Number number = leading_number(text.data, text.end());  // a unit before it leaves 0
+    const TextView unit(number.rest, static_cast<size_t>(text.end() - number.rest));
+    if (unit.size == 2 && unit.data[0] == 'm' && unit.data[1] == 's') return number.value;
     bool milliseconds = false;
     bool seconds = false;
-    for (size_t i = 0; i < text.size; ++i) {
-        if (text.data[i] != 's' && text.data[i] != 'S') continue;
+    for (size_t i = 0; i < unit.size; ++i) {
+        if (unit.data[i] != 's' && unit.data[i] != 'S') continue;
         seconds = true;
-        if (i != 0 && text.data[i - 1] == text.data[i] - ('s' - 'm')) milliseconds = true;
+        if (i != 0 && unit.data[i - 1] == unit.data[i] - ('s' - 'm')) milliseconds = true;
     }
-    return saturate(int64_t{number} * (seconds && !milliseconds ? 1000 : 1));
+    return saturate(int64_t{number.value} * (seconds && !milliseconds ? 1000 : 1));
 }
 
 uint32_t colour_value(TextView text) {

@@ -152,9 +152,10 @@ void exhaust_cursor();
 
 // A tag with a known name. Its attributes stay where they are in the text.
 struct Tag {
-    int32_t index = -1;  // in SmilTag
-    int32_t type = 0;    // opening_tag, closing_tag or empty_tag
-    TextView rest;       // where its attributes begin
+    int32_t index = -1;               // in SmilTag
+    int32_t type = 0;                 // opening_tag, closing_tag or empty_tag
+    TextView rest;                    // where its attributes begin
+    const char* last_word = nullptr;  // before this, eight bytes may be read and two behind them
 
     bool is(int32_t name) const { return index == name; }
     bool opens(int32_t name) const { return index == name && type == opening_tag; }
@@ -182,17 +183,19 @@ class Attributes {
     Attributes& operator=(const Attributes&) = delete;
 
     // Null behind the first of the document.
-    const Item* next() { return count_ != 0 ? &items_[--count_] : nullptr; }
-    bool empty() const { return count_ == 0; }
+    [[gnu::always_inline]] const Item* next() { return last_ != items_ ? --last_ : nullptr; }
+    bool empty() const { return last_ == items_; }
 
   private:
     static constexpr uint32_t usual_count = 12;
 
     bool grow();
 
-    alignas(Item) unsigned char usual_[usual_count * sizeof(Item)];  // not filled beforehand
+    // One more than counts: an attribute is read before there is need for more. Not filled
+    // beforehand.
+    alignas(Item) unsigned char usual_[(usual_count + 1) * sizeof(Item)];
     Item* items_ = reinterpret_cast<Item*>(usual_);
-    uint32_t count_ = 0;
+    Item* last_ = items_;  // behind the last one
     uint32_t room_ = usual_count;
     Owned<Item> block_;
 };

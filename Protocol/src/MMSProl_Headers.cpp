@@ -17,7 +17,7 @@ constexpr uint8_t value_yes = 0x80;
 constexpr uint8_t value_no = 0x81;
 
 // WAP-230 8.4.1.2: the first octet of any value tells where the value ends.
-void skip_any_value(BoundedReader& in) {
+[[gnu::cold]] void skip_any_value(BoundedReader& in) {
     const uint8_t first = in.peek();
     if (first >= wsp::short_integer) {
         in.skip(1);
@@ -49,7 +49,7 @@ Step HeaderContext::read_header() {
     return field != nullptr ? field->read(*this, *field) : read_unlisted(code);
 }
 
-Step HeaderContext::read_unlisted(uint8_t code) {
+[[gnu::cold]] Step HeaderContext::read_unlisted(uint8_t code) {
     if (syntax.unlisted == Unlisted::stop) return Step::stop;
     const bool in_range = code >= syntax.first_code && code <= syntax.last_code;
     if (!in_range || syntax.unlisted == Unlisted::fail) return fail("unknown header field");

@@ -157,7 +157,7 @@ Step pass_text(BoundedReader& in, ContentType&, uint64_t) {
     return Step::next;
 }
 
-Step pass_text_or_short_integer(BoundedReader& in, ContentType& type, uint64_t field_end) {
+[[gnu::cold]] Step pass_text_or_short_integer(BoundedReader& in, ContentType& type, uint64_t field_end) {
     if (in.peek() < wsp::short_integer) return pass_text(in, type, field_end);
     in.skip(1);
     return Step::next;
@@ -197,7 +197,7 @@ bool quote_at(const BoundedReader& in, uint64_t ahead) {
 }
 
 // The bytes of the whole parameter when its value is `word`, bare or quoted; else 0.
-uint64_t fwd_size_with(const BoundedReader& in, const char* word) {
+[[gnu::cold]] uint64_t fwd_size_with(const BoundedReader& in, const char* word) {
     const uint64_t end = fwd_name_size + std::strlen(word);
     if (word_at(in, fwd_name_size, word) && in.peek(end) == '\0') return end + 1;
     if (quote_at(in, fwd_name_size) && word_at(in, fwd_name_size + 1, word) &&

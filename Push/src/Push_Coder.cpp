@@ -15,20 +15,18 @@ uint32_t push_uintvar(BoundedReader& in) {
 }
 
 void push_date(BoundedReader& in, int64_t length, tSCFS_DateTime* out) {
-    const uint64_t size = length > 0 ? static_cast<uint64_t>(length) : 0;
-    if (out != nullptr) {
-        const auto pair = [&in, size](uint64_t at) -> uint32_t {
-            const uint32_t value = at < size ? in.peek(at) : 0;
-            return (value >> 4) * 10 + (value & 0x0F);
-        };
-        out->iYear = pair(0) * 100 + pair(1);
-        out->iMonth = pair(2);
-        out->iDay = pair(3);
-        out->iHour = pair(4);
-        out->iMinute = pair(5);
-        out->iSecond = pair(6);
-    }
-    in.skip(size);
+    const Slice octets = in.take(length > 0 ? static_cast<uint64_t>(length) : 0);
+    if (out == nullptr) return;
+    const auto pair = [octets](size_t at) -> uint32_t {
+        const uint32_t value = at < octets.size ? octets.data[at] : 0;
+        return (value >> 4) * 10 + (value & 0x0F);
+    };
+    out->iYear = pair(0) * 100 + pair(1);
+    out->iMonth = pair(2);
+    out->iDay = pair(3);
+    out->iHour = pair(4);
+    out->iMinute = pair(5);
+    out->iSecond = pair(6);
 }
 
 namespace {

@@ -28,7 +28,8 @@ struct Document {
         --left;
         return in.byte();
     }
-    uint32_t uintvar() {
+    [[gnu::noinline]] uint32_t uintvar() {
+        if (in.peek() < 0x80) return token();
         const uint64_t start = in.position();
         const uint32_t value = push_uintvar(in);
         left -= static_cast<int64_t>(in.position() - start);
@@ -37,6 +38,16 @@ struct Document {
 };
 
 enum class TableLength { declared, measured_for_utf8 };
+
+// QUIRK utf8_table_is_its_first_string: the declared length of a UTF-8 table is not believed;
+// senders count characters there.
+[[gnu::cold, gnu::noinline]] uint64_t measured_table(BoundedReader table) {
+    const uint64_t length = uint64_t{table.text().size} + 1;
+    fnSCFS_printLog_param("Push_ContentParser.cpp", __LINE__);
+    fnSCFS_printLog("string table of %u bytes", static_cast<uint32_t>(length));
+    fnSCFS_printLog_param(nullptr, 0);  // the place of a log line is a block of its own
+    return length;
+}
 
 // Version, public identifier, character set and string table (WAP-192 5.4). False when nothing of
 // the document is left behind one of them.
@@ -49,15 +60,8 @@ bool read_header(Document& doc, TableLength rule) {
     if (doc.left < 1) return false;
     uint64_t table_length = doc.uintvar();
     doc.table = BoundedReader(doc.in.here(), static_cast<size_t>(doc.in.remaining()));
-    if (rule == TableLength::measured_for_utf8 && table_length != 0 && doc.charset == utf8) {
-        // QUIRK utf8_table_is_its_first_string: the declared length of a UTF-8 table is not
-        // believed; senders count characters there.
-        BoundedReader first = doc.table;
-        table_length = uint64_t{first.text().size} + 1;
-        fnSCFS_printLog_param("Push_ContentParser.cpp", __LINE__);
-        fnSCFS_printLog("string table of %u bytes", static_cast<uint32_t>(table_length));
-        fnSCFS_printLog_param(nullptr, 0);  // the place of a log line is a block of its own
-    }
+    if (rule == TableLength::measured_for_utf8 && table_length != 0 && doc.charset == utf8)
+        table_length = measured_table(doc.table);
     doc.left -= static_cast<int64_t>(table_length);
     doc.in.skip(table_length);
     return doc.left >= 1;
@@ -72,24 +76,30 @@ int32_t open_root(Document& doc) {
 // ---- Addresses ----------------------------------------------------------------------------------
 
 struct HrefStart {
-    const char* prefix;
+    char prefix[13];
+    uint8_t prefix_size;
     int32_t counted_tokens;  // by which the count goes down beside the string's own size
 };
 // QUIRK https_counts_its_string_only: "https://" does not count its token and the string's, so a
 // document that has it may go on two bytes longer.
-constexpr std::array<HrefStart, 5> href_starts{
-    {{"", 2}, {"http://", 2}, {"http://www.", 2}, {"https://", 0}, {"https://www.", 2}}};
+constexpr std::array<HrefStart, 5> href_starts{{{"", 0, 2},
+                                                {"http://", 7, 2},
+                                                {"http://www.", 11, 2},
+                                                {"https://", 8, 0},
+                                                {"https://www.", 12, 2}}};
 
 // The inline string behind an attribute start. False when memory is out and for a suffix alone,
 // which ends the document whatever its count says of it.
-bool replace_with_string(Document& doc, const char* prefix, char*& field) {
-    doc.in.skip(1);
+bool replace_with_string(Document& doc, Slice prefix, char*& field) {
+    doc.in.byte();
     const PushString string = push_string(doc.in);
     doc.left -= string.counted;
     if (string.suffix_left) return false;
     char* whole = string.copy(prefix);
-    if (whole != nullptr) replace_owned(field, whole);
-    return whole != nullptr;
+    if (whole == nullptr) return false;
+    if (field != nullptr) deallocate(field);
+    field = whole;
+    return true;
 }
 
 // An href start whose token is read over; without an inline string behind it only the token counts.
@@ -99,7 +109,8 @@ Outcome read_href(Document& doc, const HrefStart& start, char*& href) {
         return Outcome::go_on;
     }
     doc.left -= start.counted_tokens;
-    return replace_with_string(doc, start.prefix, href) ? Outcome::go_on : Outcome::failed;
+    const Slice prefix{reinterpret_cast<const uint8_t*>(start.prefix), start.prefix_size};
+    return replace_with_string(doc, prefix, href) ? Outcome::go_on : Outcome::failed;
 }
 
 // ---- Service Indication -------------------------------------------------------------------------
@@ -143,7 +154,7 @@ struct NotifyText {
     }
 };
 
-Outcome read_date(Document& doc, tSCFS_DateTime& date) {
+[[gnu::noinline]] Outcome read_date(Document& doc, tSCFS_DateTime& date) {
     if (doc.in.byte() != opaque) return Outcome::failed;
     doc.left -= 2;
     const uint32_t length = doc.uintvar();
@@ -166,7 +177,7 @@ Outcome read_attribute(Document& doc, uint8_t token, tPush_SiContent& si) {
     // QUIRK si_id_without_inline_string_ends: what else the document says is not looked at.
     if (doc.in.peek() != inline_string) return Outcome::finished;
     doc.left -= 2;
-    return replace_with_string(doc, "", si.pSiId) ? Outcome::go_on : Outcome::failed;
+    return replace_with_string(doc, {}, si.pSiId) ? Outcome::go_on : Outcome::failed;
 }
 
 Outcome read_attributes(Document& doc, tPush_SiContent& si) {

@@ -1,8 +1,7 @@
 // Strings of WBXML push documents: inline strings with the suffix tokens of an address, and strings
 // of the table (WAP-192 5.8.4).
-#include <array>
 #include <cstring>
-#include <initializer_list>
+#include <iterator>
 
 #include "Push/src/push_internal.h"
 
@@ -11,39 +10,23 @@ namespace {
 
 constexpr uint8_t inline_string = 0x03;
 constexpr uint8_t first_suffix = 0x85;
-constexpr std::array<const char*, 4> suffixes{".com/", ".edu/", ".net/", ".org/"};
-
-const char* suffix_of(uint8_t token) {
-    const size_t index = size_t{token} - first_suffix;
-    return token >= first_suffix && index < suffixes.size() ? suffixes[index] : nullptr;
-}
+constexpr size_t suffix_size = 5;
+constexpr char suffixes[][suffix_size + 1] = {".com/", ".edu/", ".net/", ".org/"};
 
 }  // namespace
 
 void PushString::put(char* out) const {
-    const Slice suffix_bytes{reinterpret_cast<const uint8_t*>(suffix), std::strlen(suffix)};
-    for (const Slice& piece : {first, suffix_bytes, second}) {
-        if (piece.size != 0) std::memcpy(out, piece.data, piece.size);
-        out += piece.size;
-    }
+    out = put_piece(out, first);
+    if (suffix.size != 0) out = put_piece(put_piece(out, suffix), second);
     *out = '\0';
-}
-
-char* PushString::copy(const char* prefix) const {
-    const Slice before{reinterpret_cast<const uint8_t*>(prefix), std::strlen(prefix)};
-    auto* whole = static_cast<char*>(allocate_unfilled(uint64_t{before.size} + length() + 1));
-    if (whole == nullptr) return nullptr;
-    std::memcpy(whole, before.data, before.size);
-    put(whole + before.size);
-    return whole;
 }
 
 PushString push_string(BoundedReader& in) {
     PushString string;
     string.first = in.text();
-    const char* suffix = suffix_of(in.peek());
-    if (suffix != nullptr) {
-        string.suffix = suffix;
+    const size_t suffix = size_t{in.peek()} - first_suffix;
+    if (suffix < std::size(suffixes)) {
+        string.suffix = slice_of(suffixes[suffix]);
         BoundedReader behind = in;
         behind.skip(1);
         if (behind.byte() == inline_string) string.second = behind.text();
@@ -76,7 +59,7 @@ extern "C" {
 char* MMS_GetStringFromPdu(const uint8_t** ppCursor, uint32_t* pLen) {
     auto in = mmskit::BoundedReader::unbounded(*ppCursor);
     const mmskit::PushString string = mmskit::push_string(in);
-    char* text = string.copy("");
+    char* text = string.copy({});
     *pLen = text != nullptr ? string.counted : 0;
     if (text != nullptr) *ppCursor = in.here();
     return text;

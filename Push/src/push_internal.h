@@ -50,22 +50,38 @@ inline constexpr uint32_t xml_text_charset = 166;
 uint32_t push_uintvar(BoundedReader& in);
 void push_date(BoundedReader& in, int64_t length, tSCFS_DateTime* out);
 
+// Copies a piece that may be empty; gives where it ends.
+inline char* put_piece(char* out, Slice piece) {
+    if (piece.size != 0) std::memcpy(out, piece.data, piece.size);
+    return out + piece.size;
+}
+
 // An inline string with its suffix token in place, and the size by which the decoders count it.
 // `suffix_left`: a suffix token without a string behind it is the next byte.
 struct PushString {
     Slice first;
-    const char* suffix = "";
+    Slice suffix;
     Slice second;
     uint32_t counted = 0;
     bool suffix_left = false;
 
-    size_t length() const { return first.size + std::strlen(suffix) + second.size; }
+    size_t length() const { return first.size + suffix.size + second.size; }
     // Writes length() bytes and a terminator.
     void put(char* out) const;
     // All of it behind `prefix`, as a new text; null when memory is out.
-    [[nodiscard]] char* copy(const char* prefix) const;
+    [[nodiscard]] char* copy(Slice prefix) const {
+        auto* whole = static_cast<char*>(allocate_unfilled(uint64_t{prefix.size} + length() + 1));
+        if (whole != nullptr) put(put_piece(whole, prefix));
+        return whole;
+    }
 };
 PushString push_string(BoundedReader& in);
+
+// The bytes of a literal.
+template <size_t Size>
+Slice slice_of(const char (&text)[Size]) {
+    return {reinterpret_cast<const uint8_t*>(text), Size - 1};
+}
 
 // As MMS_GetStringFromStrTable, over the bytes that are there.
 char* push_table_string(BoundedReader table, int32_t index);

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "scshare/common/src/eight_bytes.h"
 #include "scshare/common/src/owned.h"
 
 namespace mmskit {
@@ -88,69 +89,55 @@ inline uint8_t* put_code_point(uint8_t* out, uint32_t c) {
 
 // ---- Runs of ASCII, eight bytes at a time ------------------------------------------------------
 
-uint64_t load_8(const uint8_t* in) {
-    uint64_t word = 0;
-    std::memcpy(&word, in, sizeof word);
-    return word;
-}
-
-constexpr uint64_t repeated(uint8_t first, uint8_t second) {
-    const uint64_t pair = std::endian::native == std::endian::little
-                              ? first | static_cast<uint64_t>(second) << 8
-                              : static_cast<uint64_t>(first) << 8 | second;
-    return pair * 0x0001000100010001;
-}
-
 // Bits that no ASCII character has, in bytes and in 16-bit units of either order.
-constexpr uint64_t beyond_ascii = repeated(0x80, 0x80);
+constexpr uint64_t beyond_ascii = in_each_byte * 0x80;
 constexpr uint64_t beyond_ascii_units(ByteOrder order) {
-    return order == ByteOrder::big ? repeated(0xFF, 0x80) : repeated(0x80, 0xFF);
+    return order == ByteOrder::big ? 0x80FF80FF80FF80FF : 0xFF80FF80FF80FF80;
 }
 
-// The even or odd bytes of a word, in memory order on a little-endian machine.
-constexpr uint32_t packed_units(uint64_t word, bool odd) {
-    word = word >> (odd ? 8 : 0) & 0x00FF00FF00FF00FF;
+// The low bytes of four units.
+constexpr uint32_t packed_units(uint64_t word, ByteOrder order) {
+    word = word >> (order == ByteOrder::big ? 8 : 0) & 0x00FF00FF00FF00FF;
     word = (word | word >> 8) & 0x0000FFFF0000FFFF;
     return static_cast<uint32_t>(word | word >> 16);
 }
 
-template <ByteOrder order>
-uint32_t whole_unit(const uint8_t* in) {
+inline uint32_t whole_unit(const uint8_t* in, ByteOrder order) {
     uint16_t unit = 0;
     std::memcpy(&unit, in, sizeof unit);
-    constexpr bool native =
+    const bool native =
         (order == ByteOrder::little) == (std::endian::native == std::endian::little);
     return native ? unit : static_cast<uint16_t>(unit << 8 | unit >> 8);
 }
 
 // Copies the ASCII characters at the front of `in` as bytes, four at a time while they stand
 // together.
-template <ByteOrder order>
-[[gnu::always_inline]] inline size_t copy_ascii_units(const uint8_t* in, size_t units,
-                                                      uint8_t* out) {
-    constexpr bool odd = order == ByteOrder::big;
-    size_t at = 0;
-    for (; units - at >= 4; at += 4) {
-        const uint64_t word = load_8(in + 2 * at);
+[[gnu::always_inline]] inline void copy_ascii_units(const uint8_t*& in, const uint8_t* stop,
+                                                    ByteOrder order, uint8_t*& out) {
+    const size_t fours = static_cast<size_t>(stop - in) / 2 & ~size_t{3};
+    size_t run = 0;
+    for (; run != fours; run += 4) {
+        const uint64_t word = eight_bytes(in + 2 * run);
+        // All four are stored, and what is no ASCII is written over: four units of UCS-2 give four
+        // bytes at least, and those of UTF-16 have room for three each.
+        uint32_t four = packed_units(word, order);
+        if constexpr (std::endian::native == std::endian::big) four = __builtin_bswap32(four);
+        std::memcpy(out + run, &four, sizeof four);
         const uint64_t beyond = word & beyond_ascii_units(order);
-        if constexpr (std::endian::native == std::endian::little) {
-            // All four are stored, and what is no ASCII is written over: four units of UCS-2 give
-            // four bytes at least, and those of UTF-16 have room for three each.
-            const uint32_t four = packed_units(word, odd);
-            std::memcpy(out + at, &four, sizeof four);
-            if (beyond != 0) return at + static_cast<size_t>(std::countr_zero(beyond)) / 16;
-        } else {
-            if (beyond != 0) break;
-            for (size_t i = 0; i < 4; ++i)
-                out[at + i] = in[2 * (at + i) + (odd ? 1 : 0)];
+        if (beyond != 0) {
+            run += static_cast<uint32_t>(__builtin_ctzll(beyond)) / 16;
+            in += 2 * run;
+            out += run;
+            return;
         }
     }
-    for (; at != units; ++at) {
-        const uint32_t c = whole_unit<order>(in + 2 * at);
-        if (c >= 0x80) break;
-        out[at] = static_cast<uint8_t>(c);
+    in += 2 * run;
+    out += run;
+    for (; in != stop; in += 2) {
+        const uint32_t c = whole_unit(in, order);
+        if (c >= 0x80) return;
+        *out++ = static_cast<uint8_t>(c);
     }
-    return at;
 }
 
 // The 16-bit unit at `at` in `size` bytes; a missing second byte counts as zero.
@@ -170,14 +157,11 @@ constexpr bool is_low_surrogate(uint32_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-template <ByteOrder order>
-uint8_t* ucs2_units_to_utf8(const uint8_t* in, size_t units, uint8_t* out) {
-    for (size_t at = 0; at < units;) {
-        const uint32_t c = whole_unit<order>(in + 2 * at);
+uint8_t* ucs2_units_to_utf8(const uint8_t* in, const uint8_t* stop, ByteOrder order, uint8_t* out) {
+    while (in != stop) {
+        const uint32_t c = whole_unit(in, order);
         if (c < 0x80) {
-            const size_t run = copy_ascii_units<order>(in + 2 * at, units - at, out);
-            at += run;
-            out += run;
+            copy_ascii_units(in, stop, order, out);
             continue;
         }
         uint8_t* const lead = out;
@@ -186,15 +170,14 @@ uint8_t* ucs2_units_to_utf8(const uint8_t* in, size_t units, uint8_t* out) {
         // Arabic) bit 4 of the lead byte is dropped, in both byte orders. These bytes are what
         // the two converters promise; UCS2toUTF8 is the one to call for true UTF-8.
         if (out - lead == 2) *lead &= 0xEF;
-        ++at;
+        in += 2;
     }
     return out;
 }
 
 size_t ucs2_bytes_to_utf8(const uint8_t* in, size_t size, ByteOrder order, uint8_t* out) {
-    uint8_t* end = order == ByteOrder::big
-                       ? ucs2_units_to_utf8<ByteOrder::big>(in, size / 2, out)
-                       : ucs2_units_to_utf8<ByteOrder::little>(in, size / 2, out);
+    const uint8_t* const stop = in + size / 2 * 2;
+    uint8_t* end = ucs2_units_to_utf8(in, stop, order, out);
     if (size % 2 != 0) {
         uint8_t* const lead = end;
         end = put_code_point(end, unit_at(in, size, size - 1, order));
@@ -219,7 +202,7 @@ uint32_t* put_three(uint32_t* out, uint32_t c) {
 template <ByteOrder order>
 uint32_t paired(uint32_t high, const uint8_t*& in, const uint8_t* stop) {
     if (!is_high_surrogate(high) || in == stop) return replacement;
-    const uint32_t low = whole_unit<order>(in);
+    const uint32_t low = whole_unit(in, order);
     if (!is_low_surrogate(low)) return replacement;
     in += 2;
     return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
@@ -236,18 +219,17 @@ struct Utf16Progress {
 template <ByteOrder order, typename Out>
 Utf16Progress<Out> read_utf16(const uint8_t* in, const uint8_t* stop, Out* out) {
     while (in != stop) {
-        const uint32_t unit = whole_unit<order>(in);
+        uint32_t unit = whole_unit(in, order);
         if (unit < 0x80) {
             if constexpr (sizeof(Out) == 1) {
-                const size_t run =
-                    copy_ascii_units<order>(in, static_cast<size_t>(stop - in) / 2, out);
-                in += 2 * run;
-                out += run;
+                copy_ascii_units(in, stop, order, out);
+                if (in == stop) break;
+                unit = whole_unit(in, order);
             } else {
                 *out++ = unit;
                 in += 2;
+                continue;
             }
-            continue;
         }
         in += 2;
         if (unit - 0x800 < 0xD800 - 0x800) {
@@ -345,9 +327,8 @@ OwnedBytes from_latin1(const uint8_t* in, size_t size) {
     uint8_t* end = text.get();
     const uint8_t* const stop = in + size;
     for (; stop - in >= 8; in += 8) {
-        const uint64_t word = load_8(in);
-        if ((word & beyond_ascii) == 0) {
-            std::memcpy(end, &word, sizeof word);
+        if ((eight_bytes(in) & beyond_ascii) == 0) {
+            std::memcpy(end, in, 8);
             end += 8;
             continue;
         }
@@ -396,14 +377,58 @@ Decoder decoder_of(int32_t charset) {
     return copy_of;
 }
 
-// How many ASCII bytes stand at the front, of eight.
-size_t ascii_of_8(const uint8_t* in) {
-    const uint64_t beyond = load_8(in) & beyond_ascii;
-    if (beyond == 0) return 8;
-    return static_cast<size_t>(std::endian::native == std::endian::little
-                                   ? std::countr_zero(beyond)
-                                   : std::countl_zero(beyond)) /
-           8;
+void put_8_units(const uint8_t* in, uint16_t* out) {
+    using Bytes [[gnu::vector_size(8)]] = uint8_t;
+    using Units [[gnu::vector_size(16)]] = uint16_t;
+    Bytes bytes;
+    std::memcpy(&bytes, in, sizeof bytes);
+    const Units units = __builtin_convertvector(bytes, Units);
+    std::memcpy(out, &units, sizeof units);
+}
+
+// The character whose lead is no ASCII, with its bytes behind it.
+[[gnu::always_inline]] inline uint16_t take_unit(const uint8_t*& in) {
+    // QUIRK utf8_lead_alone_decides: continuation bytes are not checked, one in the place of a lead
+    // begins a pair, and the four-byte leads are read as three-byte ones. Every input converts;
+    // none is an error.
+    const uint32_t lead = in[0];
+    uint32_t unit = lead << 6 | (in[1] & 0x3FU);
+    in += 2;
+    if (lead < 0xE0)
+        unit &= 0x7FF;
+    else  // the lead's upper bits leave the unit
+        unit = unit << 6 | (*in++ & 0x3FU);
+    return static_cast<uint16_t>(unit);
+}
+
+uint16_t* read_utf8(const uint8_t* in, const uint8_t* stop, uint16_t* out) {
+    // Before this eight units may be written for a shorter run: as many follow, since a unit takes
+    // three bytes at most.
+    const uint8_t* const far = stop - in > 32 ? stop - 32 : in;
+    while (in < far) {
+        const uint64_t beyond = eight_bytes(in) & beyond_ascii;
+        put_8_units(in, out);
+        if (beyond == 0) {
+            in += 8;
+            out += 8;
+            continue;
+        }
+        const size_t run = count_before(beyond);
+        in += run;
+        out += run;
+        do {
+            *out++ = take_unit(in);
+        } while (in < far && *in >= 0x80);
+    }
+    while (in != stop) {
+        if (*in < 0x80)
+            *out++ = *in++;
+        else if (stop - in >= (*in < 0xE0 ? 2 : 3))
+            *out++ = take_unit(in);
+        else  // cut off
+            ++in;
+    }
+    return out;
 }
 
 }  // namespace
@@ -425,37 +450,7 @@ int32_t UCS2toUTF8(const uint16_t* in, int32_t count, uint8_t* out) {
 
 int32_t UTF8toUCS2(const uint8_t* in, int32_t count, uint16_t* out) {
     if (in == nullptr || out == nullptr) return 0;
-    const uint8_t* const stop = in + mmskit::counted(count);
-    uint16_t* end = out;
-    while (in != stop) {
-        const uint32_t lead = *in;
-        if (lead < 0x80) {
-            const size_t run = stop - in >= 8 ? mmskit::ascii_of_8(in) : 1;
-            if (run == 8) {
-                for (int i = 0; i < 8; ++i)
-                    end[i] = in[i];
-            } else {
-                for (size_t i = 0; i < run; ++i)
-                    end[i] = in[i];
-            }
-            in += run;
-            end += run;
-            continue;
-        }
-        // QUIRK utf8_lead_alone_decides: continuation bytes are not checked, one in the place of a
-        // lead begins a pair, and the four-byte leads are read as three-byte ones. Every input
-        // converts; none is an error.
-        if (lead >= 0xE0 && stop - in >= 3) {
-            *end++ =
-                static_cast<uint16_t>((lead & 0x0F) << 12 | (in[1] & 0x3FU) << 6 | (in[2] & 0x3FU));
-            in += 3;
-        } else if (lead < 0xE0 && stop - in >= 2) {
-            *end++ = static_cast<uint16_t>((lead & 0x1F) << 6 | (in[1] & 0x3FU));
-            in += 2;
-        } else {  // cut off
-            ++in;
-        }
-    }
+    uint16_t* const end = mmskit::read_utf8(in, in + mmskit::counted(count), out);
     *end = 0;
     return static_cast<int32_t>(end - out);
 }
