@@ -81,9 +81,10 @@ void write_media_headers(PduWriter& headers, const tMMS_MediaData& media) {
 template <typename WriteHeaders>
 void write_entry(PduWriter& out, const uint8_t* data, uint32_t length, const WriteHeaders& write) {
     const uint32_t data_length = data != nullptr ? length : 0;
-    write_uintvar(out, static_cast<uint32_t>(measured_size(write)));
+    const uint64_t headers_length = measured_size(write);
+    write_uintvar(out, static_cast<uint32_t>(headers_length));
     write_uintvar(out, data_length);
-    write(out);
+    if (!out.counts(headers_length)) write(out);
     out.bytes(data, data_length);
 }
 

@@ -55,8 +55,9 @@ class WriteRoutine {
 // is cut here: the whole is refused by encode().
 template <typename Write>
 void write_with_length(PduWriter& out, const Write& write) {
-    write_value_length(out, static_cast<uint32_t>(measured_size(write)));
-    write(out);
+    const uint64_t size = measured_size(write);
+    write_value_length(out, static_cast<uint32_t>(size));
+    if (!out.counts(size)) write(out);
 }
 
 }  // namespace mmskit

@@ -157,7 +157,8 @@ Step pass_text(BoundedReader& in, ContentType&, uint64_t) {
     return Step::next;
 }
 
-[[gnu::cold]] Step pass_text_or_short_integer(BoundedReader& in, ContentType& type, uint64_t field_end) {
+[[gnu::cold]] Step pass_text_or_short_integer(BoundedReader& in, ContentType& type,
+                                              uint64_t field_end) {
     if (in.peek() < wsp::short_integer) return pass_text(in, type, field_end);
     in.skip(1);
     return Step::next;

@@ -33,6 +33,12 @@ class PduWriter {
         return w;
     }
 
+    // As if `count` bytes were written, if this one counts only; else false.
+    [[nodiscard]] bool counts(uint64_t count) {
+        if (mode_ != Mode::measure) return false;
+        size_ += count;
+        return true;
+    }
     void byte(uint8_t value);
     void bytes(const void* data, uint64_t count);
     // The text and its NUL; a null text is an empty one.
