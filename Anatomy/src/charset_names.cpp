@@ -1,5 +1,7 @@
 // Character sets by IANA MIBenum: the names that messages use for them, and what iconv calls them.
+#include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "Anatomy/src/charset.h"
 #include "Anatomy/src/charset_table.h"
@@ -106,14 +108,52 @@ constexpr CharsetRow rows[] = {
 };
 // clang-format on
 
-bool among(std::string_view name, std::string_view names) {
-    while (!names.empty()) {
-        const std::size_t end = std::min(names.find(' '), names.size());
-        if (same_word(name, names.substr(0, end))) return true;
-        names.remove_prefix(std::min(end + 1, names.size()));
-    }
-    return false;
+constexpr bool lower_mib(const CharsetRow& a, const CharsetRow& b) {
+    return a.mib < b.mib;
 }
+
+// All names by their letters, so that a message whose every word names a set costs its length.
+struct NamedCharset {
+    std::string_view name;
+    uint32_t mib = 0;
+};
+
+template <typename Each>
+constexpr void each_charset_name(Each each) {
+    for (const CharsetRow& row : rows) {
+        each(NamedCharset{row.name, row.mib});
+        std::string_view left = row.aliases;
+        while (!left.empty()) {
+            const std::size_t end = std::min(left.find(' '), left.size());
+            each(NamedCharset{left.substr(0, end), row.mib});
+            left.remove_prefix(std::min(end + 1, left.size()));
+        }
+    }
+}
+
+consteval std::size_t charset_name_count() {
+    std::size_t count = 0;
+    each_charset_name([&count](const NamedCharset&) { ++count; });
+    return count;
+}
+
+consteval auto sorted_charset_names() {
+    std::array<NamedCharset, charset_name_count()> all{};
+    std::size_t count = 0;
+    each_charset_name([&](const NamedCharset& named) { all[count++] = named; });
+    // Of two sets of one name the first counts.
+    std::sort(all.begin(), all.end(), [](const NamedCharset& a, const NamedCharset& b) {
+        return a.name != b.name ? a.name < b.name : a.mib < b.mib;
+    });
+    return all;
+}
+
+constexpr auto charset_names = sorted_charset_names();
+constexpr std::size_t longest_charset_name =
+    std::max_element(
+        charset_names.begin(), charset_names.end(),
+        [](const NamedCharset& a, const NamedCharset& b) { return a.name.size() < b.name.size(); })
+        ->name.size();
 
 std::string_view unquoted_name(std::string_view name) {
     constexpr std::string_view around = " \t\r\n\"'";
@@ -122,12 +162,28 @@ std::string_view unquoted_name(std::string_view name) {
     return name.substr(begin, name.find_last_not_of(around) - begin + 1);
 }
 
+uint32_t number_by_name(std::string_view name) {
+    if (name.size() > longest_charset_name) return 0;
+    const std::string lower = lower_case(name);
+    const auto* const found =
+        std::lower_bound(charset_names.begin(), charset_names.end(), lower,
+                         [](const NamedCharset& a, std::string_view b) { return a.name < b; });
+    if (found != charset_names.end() && found->name == lower) return found->mib;
+    uint32_t number = 0;  // a MIBenum in digits, as some senders write it
+    for (const char c : name) {
+        if (c < '0' || c > '9' || number > 9999) return 0;
+        number = number * 10 + static_cast<uint32_t>(c - '0');
+    }
+    return charset_row(number) != nullptr ? number : 0;
+}
+
 }  // namespace
 
 const CharsetRow* charset_row(uint32_t mib) {
-    for (const CharsetRow& row : rows)
-        if (row.mib == mib) return &row;
-    return nullptr;
+    static_assert(std::is_sorted(std::begin(rows), std::end(rows), lower_mib));
+    const CharsetRow* const row =
+        std::lower_bound(std::begin(rows), std::end(rows), CharsetRow{mib, {}, {}, {}}, lower_mib);
+    return row != std::end(rows) && row->mib == mib ? row : nullptr;
 }
 
 std::string_view charset_name(uint32_t mib) {
@@ -138,17 +194,10 @@ std::string_view charset_name(uint32_t mib) {
 uint32_t charset_number(std::string_view name) {
     name = unquoted_name(name);
     if (name.empty()) return 0;
-    if (name.size() > 2 && same_word(name.substr(0, 2), "cs") &&
-        charset_number(name.substr(2)) != 0)
-        return charset_number(name.substr(2));  // IANA's alias for programs: "csUTF8"
-    for (const CharsetRow& row : rows)
-        if (same_word(name, row.name) || among(name, row.aliases)) return row.mib;
-    uint32_t number = 0;  // a MIBenum in digits, as some senders write it
-    for (const char c : name) {
-        if (c < '0' || c > '9' || number > 9999) return 0;
-        number = number * 10 + static_cast<uint32_t>(c - '0');
-    }
-    return charset_row(number) != nullptr ? number : 0;
+    // IANA's alias for programs: "csUTF8". One prefix is taken away, however many stand there.
+    const bool for_programs = name.size() > 2 && same_word(name.substr(0, 2), "cs");
+    const uint32_t number = for_programs ? number_by_name(name.substr(2)) : 0;
+    return number != 0 ? number : number_by_name(name);
 }
 
 }  // namespace mmskit_anatomy

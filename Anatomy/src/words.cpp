@@ -60,6 +60,8 @@ std::optional<Word> word_at(std::string_view text) {
     const std::size_t end = text.find('?', begin);
     if (end == std::string_view::npos || end + 1 >= text.size() || text[end + 1] != '=')
         return std::nullopt;
+    if (std::string_view("bBqQ").find(text[encoding]) == std::string_view::npos)
+        return std::nullopt;
     const uint32_t charset = charset_number(name.substr(0, name.find('*')));
     if (charset == 0) return std::nullopt;
     auto bytes = undone(text[encoding], text.substr(begin, end - begin));

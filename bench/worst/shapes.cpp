@@ -190,6 +190,10 @@ const std::vector<Shape> messages = {
      [](size_t n) {
          return referred(n, part(located(text_type, "t"), "x"), "</par><par><text src=\"t\"/>");
      }},
+    {"a charset of many prefixes",
+     [](size_t n) {
+         return message(part("text/plain; charset=" + times("cs", n) + "utf8" + zero, "x"), 1);
+     }},
     {"regions", regions},
     {"slides", [](size_t n) { return with_smil(times("</par><par>", n), part(png, "x"), 1); }},
     {"elements", [](size_t n) { return with_smil(times("<img />", n), part(png, "x"), 1); }},

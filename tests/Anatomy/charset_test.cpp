@@ -116,6 +116,8 @@ TEST(Charset, names_and_numbers_agree) {
     }
     EXPECT_EQ(charset_number("no such set"), 0U);
     EXPECT_EQ(charset_number(""), 0U);
+    for (std::string deep = "cscsutf8"; deep.size() < 10'000'000; deep = deep + deep)
+        EXPECT_EQ(charset_number(deep), 0U) << "one prefix is taken away";
 }
 
 const struct {
