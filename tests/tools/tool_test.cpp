@@ -259,14 +259,14 @@ TEST_F(Tool, failed_output_is_told_and_leaves_nothing) {
 TEST_F(Tool, invisible_and_overlong_characters_in_names_are_shown) {
     const std::string hidden =
         "a\xEF\xBB\xBF\xE2\x80\x8B\xE2\x81\xA0\xC2\xAD\xF3\xA0\x81\xA1"
-        "\xE1\x85\x9F\xE1\x85\xA0\xE1\x9E\xB5\xC2\x80\xE1\x85\xA1\xF4\x8F\xBF\xBFz";
+        "\xE1\x85\x9F\xE1\x85\xA0\xE1\x9E\xB5\xEF\xBE\xA0\xC2\x80\xE1\x85\xA1\xF4\x8F\xBF\xBFz";
     const std::string overlong = "\xC0\xAF\xE0\x80\xAF\xF0\x80\x80\xAF\xED\xA0\x80\xF4\x90\x80\x80";
     write("n.mms", headers + multipart({part(located(jpeg_type, hidden), "A"),
                                         part(located(jpeg_type, overlong), "B")}));
     const Outcome text = run("show --exact n.mms");
     const std::string seen = "\xE1\x85\xA1\xF4\x8F\xBF\xBFz";
     EXPECT_NE(text.out.find("a\\u{feff}\\u{200b}\\u{2060}\\u{ad}\\u{e0061}\\u{115f}"
-                            "\\u{1160}\\u{17b5}\\u{80}" +
+                            "\\u{1160}\\u{17b5}\\u{ffa0}\\u{80}" +
                             seen),
               std::string::npos)
         << text.out;
@@ -277,7 +277,7 @@ TEST_F(Tool, invisible_and_overlong_characters_in_names_are_shown) {
     const Outcome document = run("show --json --exact n.mms");
     EXPECT_NE(document.out.find("\\udb40\\udc61"), std::string::npos) << "escaped as a pair";
     EXPECT_NE(json::parse(document.out).dump().find(hidden), std::string::npos);
-    EXPECT_NE(run("extract n.mms -o d").out.find("a_________" + seen), std::string::npos);
+    EXPECT_NE(run("extract n.mms -o d").out.find("a__________" + seen), std::string::npos);
 }
 
 TEST_F(Tool, extract_writes_more_than_ten_thousand_files_only_when_told) {
