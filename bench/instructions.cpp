@@ -364,10 +364,16 @@ constexpr Row rows[] = {
 
 }  // namespace
 
-// Textual push goes through a file below the current folder, so this is run in one of its own.
-int main() {
+// Textual push and stores go through files below the current folder, so this is run in one of its
+// own. With an argument growth is counted.
+int main(int argc, char**) {
     mkdir("umb", 0700);
     mkdir("umb/tmp", 0700);
+    if (argc > 1) {
+        count("nothing", nothing);
+        instructions::count_growth();
+        return 0;
+    }
     prepared = fnMMS_GetMediaDataFromPdu(bytes_of(three_slides), size_of(three_slides));
     must(prepared != nullptr, "body");
     for (const Row& row : rows)

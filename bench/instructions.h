@@ -9,6 +9,9 @@ namespace instructions {
 using Operation = void (*)();
 void count(const char* name, Operation work, const char* less = nullptr);
 
+// Operations at several sizes, named SHAPE/SIZE, in place of all others.
+void count_growth();
+
 // What other libraries need for the same work, where they were there when this was built.
 void count_peers();
 
