@@ -131,6 +131,8 @@ TEST_F(ReadCommands, explain_tells_every_byte) {
         EXPECT_EQ(lines(run("explain " + postcard + " --at " + at).out).size(), 1U);
     EXPECT_EQ(run("explain " + postcard + " --at 11063").code, 1);
     EXPECT_EQ(run("explain " + postcard + " --at 1x").code, 2);
+    write("cut.si", bytes("02 05 6A 00 45 C6 'a'"));
+    EXPECT_EQ(run("explain cut.si").code, 1) << "a push document that does not decode";
 
     // A header that the exact decoder refuses, and where it says so.
     write("r.mms", bytes("8C 84 98 'T' 00 8D 92 A3 81 85 01 05 83 'x' 00"));

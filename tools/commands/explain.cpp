@@ -70,8 +70,12 @@ int explain(const ExplainOptions& options) {
         write_output(explain_text(*anatomy, style));
     }
     if (anatomy->iMessage == MMS_MESSAGE_NONE) throw Failure(name + ": " + no_message(*anatomy));
-    const OpenMessage message(bytes);
-    return exit_status(message.facts());
+    try {
+        const OpenMessage message(bytes);
+        return exit_status(message.facts());
+    } catch (const Flaw& flaw) {  // a push document that does not decode
+        throw Failure(name + ": " + describe(flaw));
+    }
 }
 
 void declare(Command& command, ExplainOptions& options) {
