@@ -138,7 +138,9 @@ class Names {
   private:
     static constexpr size_t room = 32;
 
-    constexpr size_t place_of(uint64_t word) const { return word * factor_ >> 59; }
+    constexpr size_t place_of(uint64_t word) const {
+        return static_cast<size_t>(word * factor_ >> 59);
+    }
 
     // Puts every row at a place of its own, if this factor can.
     constexpr bool spreads() {
