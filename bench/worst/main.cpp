@@ -211,7 +211,12 @@ int main(int argc, char** argv) {
         --argc;
         ++argv;
     }
-    const std::string tool = argc > 1 ? std::string(realpath(argv[1], nullptr)) : "";
+    const char* path = argc > 1 ? realpath(argv[1], nullptr) : "";
+    if (path == nullptr) {
+        std::fprintf(stderr, "worst-cases: no command at \"%s\"\n", argv[1]);
+        return 2;
+    }
+    const std::string tool = path;
     if (argc > 2) wanted = argv[2];
     char folder[] = "/tmp/mmskit-worst-XXXXXX";
     if (mkdtemp(folder) == nullptr || chdir(folder) != 0) return 2;
