@@ -78,4 +78,20 @@ TEST(Smil, hash_colour_has_no_alpha) {
     EXPECT_EQ(ColorToInt("#1g\xFF"), (16U + 'g') * 16U + 0xFF) << "colour_digits_are_not_checked";
 }
 
+TEST(Smil, regions_are_found_with_their_case_and_without) {
+    char first[] = "text", second[] = "Text";
+    tSMIL_Region a{first, 1, 2, 3, 4, nullptr, nullptr}, b{second, 5, 6, 7, 8, nullptr, nullptr};
+    EXPECT_EQ(SmilAddRegion(nullptr), 0);
+    EXPECT_EQ(SmilAddRegion(&a) + SmilAddRegion(&b), 2);
+    EXPECT_EQ(SmilFindRegion("text"), &b) << "the last added comes first";
+    for (const char* none : {static_cast<const char*>(nullptr), "", "tex"})
+        EXPECT_EQ(SmilFindRegion(none), nullptr);
+    int32_t out[4] = {};
+    EXPECT_EQ(SmilGetRegionDataById(nullptr, "text"), 0);
+    EXPECT_EQ(SmilGetRegionDataById(out, "TEXT"), 0);
+    EXPECT_EQ(SmilGetRegionDataById(out, "text"), 1);
+    EXPECT_EQ(out[0] * 1000 + out[1] * 100 + out[2] * 10 + out[3], 1234);
+    tSMIL_ViewStruct.RegionList = nullptr;
+}
+
 }  // namespace

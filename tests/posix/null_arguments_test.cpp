@@ -149,6 +149,11 @@ TEST(NullArguments, files_and_records) {
     FAILS(0, fnSCFS_Save_List_To_File, "/nowhere/f", &list, writer);
     FAILS(0, fnSCFS_Save_List_To_FileEx, "/nowhere/f", &list, writer, 16);
     FAILS(0, fnSCFS_Append_List_To_File, "/nowhere/f", &list, writer);
+    tSCFS_DateTime date{};
+    FAILS(0, fnSCFS_DaysInMonth, &date);
+    FAILS(static_cast<tSCFS_DateTime*>(nullptr), fnSCFS_InitTimeStructure, &date);
+    FAILS(static_cast<tSCFS_DateTime*>(nullptr), fnSCFS_CopyTime, &date, 1U, 1U, 1U, 1U, 1U, 1U,
+          1U);
     EXPECT_STREQ(out, "abc");
     fnSC_Free(&buffer.pData);
 }

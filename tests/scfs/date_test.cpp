@@ -112,4 +112,15 @@ TEST(Clock, clock_fields_stay_raw) {
     EXPECT_LE(static_cast<uint32_t>(GETTIMESECONDS()) - JULIANTOSECONDS(&date), 60U);
 }
 
+TEST(Clock, each_way_to_ask_for_now) {
+    int32_t now = 0, others[3] = {};
+    do {  // until all were read within one second
+        now = GETTIMESECONDS();
+        others[0] = fnSCFS_getLocalTime(), others[1] = fnSCFS_getRandom(), others[2] = GETTIMEMS();
+    } while (now != GETTIMESECONDS());
+    EXPECT_EQ(others[0], now);
+    EXPECT_EQ(others[1], now % 10000);
+    EXPECT_EQ(others[2], static_cast<int32_t>(static_cast<uint32_t>(now) * 1000));
+}
+
 }  // namespace
