@@ -56,7 +56,7 @@ std::string put_file(const char* name, Bytes bytes);
 // fails too. libFuzzer's own copies of the standard library's templates, made without exceptions,
 // would lose blocks then.
 bool choose(const char* name, bool with_new);
-void run(Bytes input, unsigned choice, bool each);
+void run(Bytes input, unsigned choice, uint64_t most);
 
 template <auto release>
 struct Release {

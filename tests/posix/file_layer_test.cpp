@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
 #include "scfs/common/src/scfs_internal.h"
+#include "tests/posix/saves.h"
 #include "tests/support/faults.h"
 
 namespace {
@@ -101,6 +104,53 @@ TEST_F(FileLayer, FailureLeavesTheOldFile) {
     }
     EXPECT_EQ(file_bytes(old_) + told, "old");
     EXPECT_EQ(entries(folder_), 2);
+}
+
+// Whichever call of the system fails, or is broken off by a signal: no descriptor stays open, and
+// what says that it was done was done.
+TEST_F(FileLayer, EachCallOfTheSystemMayFail) {
+    const std::string a = at("a"), b = at("b"), folder = at("folder");
+    for (const int error : {ENOSPC, EINTR, ENOENT, EXDEV}) {
+        int calls = 1;
+        for (int failing = 1; failing <= calls && !HasFailure(); ++failing) {
+            SCOPED_TRACE(print("call %d, error %d", failing, error));
+            std::ofstream(a) << "a";
+            std::ofstream(b) << "b";
+            fs::create_directory(folder);
+            std::ofstream(folder + "/inside") << "x";
+            calls = 0;
+            bool again = false, lost = false;  // made once more; what was written is lost
+            int written = -1;
+            on_file_call = [&](const FileCall& call) {
+                const bool closes = call.kind == 'c' && call.fd == written;
+                if (call.kind == 'w' || closes) written = closes ? -1 : call.fd;
+                if (++calls != failing) return call.kind == 's' ? call_done : 0;
+                again = error == EINTR && std::strchr("orws", call.kind) != nullptr;
+                lost = closes;
+                return error;
+            };
+            const bool added = fnSCFS_AppendToFile("+", 1, a.c_str()) == 1;
+            const bool put = fnSCFS_WriteToFileAtPos("*", 1, 0, a.c_str()) == 1;
+            char read[2] = {};
+            const int32_t got = fnSCFS_ReadFromFileAtPos(read, 1, 0, a.c_str());
+            const bool moved = fnSCFS_MoveFile(a.c_str(), b.c_str()) == 1;
+            const bool gone = fnSCFS_DeleteFile(old_.c_str()) == 1;
+            const bool emptied = fnSCFS_DelAllFiles(folder.c_str()) == 1;
+            const bool is_folder = fnSCFS_File_CreateDir(folder.c_str()) != nullptr;
+            const int32_t size = fnSCFS_getFileSize(b.c_str());
+            on_file_call = nullptr;
+            const bool all = added && put && got == 1 && moved && gone && emptied && is_folder;
+            EXPECT_TRUE(all || !again);
+            EXPECT_FALSE(all && lost);
+            EXPECT_TRUE(!added || !put || !moved || error == ENOENT || file_bytes(b) == "*+");
+            EXPECT_TRUE(got != 1 || !put || *read == '*');
+            EXPECT_FALSE(fs::exists(a) && moved);
+            EXPECT_FALSE(fs::exists(old_) && gone && error != ENOENT);
+            EXPECT_FALSE(fs::exists(folder + "/inside") && emptied && error != ENOENT);
+            EXPECT_TRUE(size == -1 || static_cast<uintmax_t>(size) == fs::file_size(b));
+        }
+        EXPECT_GT(calls, 30);
+    }
 }
 
 TEST_F(FileLayer, Directories) {

@@ -3,23 +3,76 @@
 #include <gtest/gtest.h>
 #include <mmskit/mmskit.h>
 
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <utility>
 
+#include "Composer/src/composer_internal.h"
+#include "Parser/src/smil_internal.h"
+#include "Push/src/push_internal.h"
 #include "tests/support/faults.h"
 
 namespace {
 
+template <typename Result, typename... Wanted>
+Result nothing(Wanted...) {
+    return Result();
+}
+
+// What is good for an argument as long as another is null: one, nothing to be called, zeros, which
+// are an empty text and a record of nulls, a pointer to them, and a list of two.
+template <typename T>
+struct Good {
+    static T value() { return T(1); }
+};
+template <typename Result, typename... Wanted>
+struct Good<Result (*)(Wanted...)> {
+    static auto value() { return nothing<Result, Wanted...>; }
+};
+template <typename T>
+struct Good<T*> {
+    static T* value() {
+        alignas(16) static char room[2000];
+        return reinterpret_cast<T*>(room);
+    }
+};
+template <typename T>
+struct Good<T**> {
+    static T** value() {
+        static T* to;
+        to = Good<T*>::value();
+        return &to;
+    }
+};
+template <>
+struct Good<tSCList*> {
+    static tSCList* value() {
+        static int data[2];
+        static tSCListNode nodes[2];
+        static tSCList list;
+        nodes[0] = {&data[0], &nodes[1], nullptr};
+        nodes[1] = {&data[1], nullptr, &nodes[0]};
+        list = {&nodes[0], &nodes[1], 2, 0};
+        return &list;
+    }
+};
+
 // Calls `f` once for each pointer among its arguments, with that one null.
-template <typename Result, typename... Wanted, typename... Given>
-void fails_without(const char* name, Result failure, Result (*f)(Wanted...), Given... given) {
-    const std::tuple<Wanted...> whole{given...};
+template <typename Result, typename... Wanted>
+void fails_without(const std::string& name, int failure, Result (*f)(Wanted...),
+                   std::tuple<Wanted...> whole = {Good<Wanted>::value()...}) {
     const auto without = [&]<size_t i>(std::integral_constant<size_t, i>) {
         auto arguments = whole;
         if constexpr (std::is_pointer_v<std::tuple_element_t<i, std::tuple<Wanted...>>>) {
+            SCOPED_TRACE(name + ", argument " + std::to_string(i + 1));
             std::get<i>(arguments) = nullptr;
-            EXPECT_EQ(std::apply(f, arguments), failure) << name << ", argument " << i;
+            if constexpr (std::is_void_v<Result>)
+                std::apply(f, arguments);
+            else if constexpr (std::is_pointer_v<Result>)
+                EXPECT_EQ(std::apply(f, arguments), nullptr);
+            else
+                EXPECT_EQ(std::apply(f, arguments), static_cast<Result>(failure));
         }
     };
     [&]<size_t... i>(std::index_sequence<i...>) {
@@ -28,21 +81,15 @@ void fails_without(const char* name, Result failure, Result (*f)(Wanted...), Giv
     (std::index_sequence_for<Wanted...>{});
 }
 
-template <typename... Wanted, typename... Given>
-void nothing_without(const char* name, void (*f)(Wanted...), Given... given) {
-    fails_without(
-        name, 0,
-        +[](void (*g)(Wanted...), Wanted... arguments) {
-            return g != nullptr ? g(arguments...), 0 : 0;
-        },
-        f, given...);
+template <typename... Functions>
+void each_fails(int failure, const char* names, Functions... functions) {
+    std::istringstream in(names);
+    std::string name;
+    ((in >> name, fails_without(name, failure, functions)), ...);
 }
 
-#define FAILS(failure, f, ...) fails_without(#f, failure, f, __VA_ARGS__)
-#define NOTHING(f, ...) nothing_without(#f, f, __VA_ARGS__)
-
-constexpr char* no_text = nullptr;
-constexpr tSCListNode* no_node = nullptr;
+#define ALL_FAIL(failure, ...) each_fails(failure, #__VA_ARGS__, __VA_ARGS__)
+#define FAILS(failure, f, ...) fails_without(#f, failure, f, {__VA_ARGS__})
 
 TEST(NullArguments, texts) {
     const testing_support::NoLeak check;
@@ -55,67 +102,36 @@ TEST(NullArguments, texts) {
         EXPECT_EQ(copy(nullptr, "x", 1), nullptr);
         EXPECT_EQ(copy(out, nullptr, 1), out);
     }
-    FAILS(0, fnSC_STRLEN, "x");
-    FAILS(0, fnSC_STRLCPY, out, "x", 2U);
-    FAILS(0, fnSC_STRLCAT, out, "x", 4U);
-    for (const auto compare : {fnSC_STRCMP, fnSC_STRICMP})
-        FAILS(-1, compare, "a", "a");
-    for (const auto compare : {fnSC_STRNCMP, fnSC_STRNICMP})
-        FAILS(-1, compare, "a", "a", 1U);
-    FAILS(no_text, fnSC_STRSTR, "a", "a");
-    FAILS(no_text, fnSC_STRISTR, "a", "a");
-    FAILS(no_text, fnSC_STRCHR, "a", 'a');
-    FAILS(no_text, fnSC_STRRCHR, "a", 'a');
-    FAILS(0, fnSC_STRBEGINS, "a", "a");
-    FAILS(0, fnSC_STRLOWER, out);
-    FAILS(no_text, fnSC_STRDUP, "a");
-    FAILS(0, fnSC_ATOI, "1");
-    FAILS(no_text, fnSCRTL_itoa, 1, out, 10);
-    FAILS(no_text, fnSCRTL_ftoa, 1.0, out, 1);
+    ALL_FAIL(-1, fnSC_STRCMP, fnSC_STRICMP, fnSC_STRNCMP, fnSC_STRNICMP, fnSCFS_URL_ZM);
+    ALL_FAIL(0, fnSC_STRLEN, fnSC_STRLCPY, fnSC_STRLCAT, fnSC_STRSTR, fnSC_STRISTR, fnSC_STRCHR,
+             fnSC_STRRCHR, fnSC_STRBEGINS, fnSC_STRLOWER, fnSC_STRDUP, fnSC_ATOI, fnSCRTL_itoa,
+             fnSCRTL_ftoa, fnSC_MEMSTR, fnSCFS_StrToLong, UCS2toUTF8, UTF8toUCS2, UTF16toUCS4,
+             UCS4toUTF8, BigEndianUCS2toUTF8, LitEndianUCS2toUTF8, fnCharSet_DecodeString2Local);
     EXPECT_STREQ(out, "abc");
     EXPECT_EQ(fnSCRTL_snprintf(out, 4, nullptr), -1);
     EXPECT_STREQ(out, "");
     EXPECT_EQ(fnSCRTL_snprintf(nullptr, 4, "%d", 12), 2);
-    FAILS(0, fnSCFS_StrToLong, "1");
-    FAILS(-1, fnSCFS_URL_ZM, out);
 }
 
 TEST(NullArguments, lists) {
     const testing_support::NoLeak check;
+    ALL_FAIL(0, fnSCList_Init, fnSCList_BeginIter, fnSCList_EndIter, fnSCList_NextIter,
+             fnSCList_PrevIter, fnSCList_IsValid, fnSCList_GetData, fnSCList_AddTail,
+             fnSCList_AddFront, fnSCList_AddBefore, fnSCList_AddAfter, fnSCList_Remove,
+             fnSCList_RemoveFront, fnSCList_RemoveTail, fnSCList_Find, fnSCList_CompareFind,
+             fnSCFS_List_Find_Node, fnSCList_Find_ByNum, fnSCList_Swap, fnSCList_Reverse,
+             fnSCList_Sort);
+    ALL_FAIL(-1, fnSCList_GetCount, fnSCFS_List_getPos, fnSCFS_List_MoveToHead);
+    EXPECT_EQ(fnSCList_IsEmpty(nullptr), 1);
     tSCList list{};
     int datum = 0;
-    const auto same = [](void* a, void* b) -> int32_t { return a != b; };
-    const tSCListCompareFunc compare = same;
-    fnSCList_AddTail(&list, &datum);
     tSCListNode* node = fnSCList_AddTail(&list, &datum);
-    NOTHING(fnSCList_Init, &list);
-    FAILS(1, fnSCList_IsEmpty, &list);
-    FAILS(-1, fnSCList_GetCount, &list);
-    FAILS(no_node, fnSCList_BeginIter, &list);
-    FAILS(no_node, fnSCList_EndIter, &list);
-    FAILS(no_node, fnSCList_NextIter, node);
-    FAILS(no_node, fnSCList_PrevIter, node);
-    FAILS(0, fnSCList_IsValid, node);
-    FAILS(static_cast<void*>(nullptr), fnSCList_GetData, node);
-    FAILS(no_node, fnSCList_AddTail, &list, &datum);
-    FAILS(no_node, fnSCList_AddFront, &list, &datum);
-    FAILS(no_node, fnSCList_AddBefore, &list, node, &datum);
-    FAILS(no_node, fnSCList_AddAfter, &list, node, &datum);
-    NOTHING(fnSCList_Remove, &list, node);
-    FAILS(static_cast<void*>(nullptr), fnSCList_RemoveFront, &list);
-    FAILS(static_cast<void*>(nullptr), fnSCList_RemoveTail, &list);
-    FAILS(no_node, fnSCList_Find, &list, &datum);
-    FAILS(no_node, fnSCList_CompareFind, &list, &datum, compare);
-    FAILS(no_node, fnSCList_Find_ByNum, &list, 0);
-    NOTHING(fnSCList_Swap, node, node);
-    EXPECT_EQ(fnSCList_Reverse(nullptr), nullptr);
-    FAILS(static_cast<tSCList*>(nullptr), fnSCList_Sort, &list, compare);
-    FAILS(-1, fnSCFS_List_getPos, &list, &datum);
-    FAILS(-1, fnSCFS_List_MoveToHead, &list, &datum);
     fnSCList_Move(nullptr, node, nullptr);
     fnSCList_Move(&list, nullptr, nullptr);
-    EXPECT_EQ(fnSCList_GetCount(&list), 2);
+    EXPECT_EQ(fnSCList_GetCount(&list), 1);
     EXPECT_EQ(fnSCList_Delete_ByNum(&list, 0, nullptr), 1);
+    fnSCList_AddTail(&list, &datum);
+    fnSCList_Clear_ByType(&list, nullptr, 0);
     fnSCList_Clear(&list, nullptr);
     EXPECT_EQ(fnSCList_GetCount(&list), 0);
 }
@@ -137,41 +153,56 @@ TEST(NullArguments, files_and_records) {
     FAILS(0, fnSCFS_MoveFile, "/nowhere/f", "/nowhere/g");
     FAILS(0, fnSCFS_isFileExisted, "/");
     FAILS(-1, fnSCFS_getFileSize, "/dev/null");
-    FAILS(0, fnSCFS_MkDir, "/");
     FAILS(0, fnSCFS_RmDir, "/");
     FAILS(0, fnSCFS_DelAllFiles, "/nowhere");
-    FAILS(static_cast<const char*>(nullptr), fnSCFS_File_CreateDir, "/nowhere/f");
-    FAILS(no_text, fnSCFS_getBak_FileName, "f");
+    FAILS(0, fnSCFS_File_CreateDir, "/nowhere/f");
+    FAILS(0, fnSCFS_getBak_FileName, "abc");
     FAILS(0, fnSCFS_Write_Buffer_To_File, "/nowhere/f", &buffer);
     FAILS(0, fnSCFS_Append_Buffer_To_File, "/nowhere/f", &buffer);
     FAILS(0, fnSCFS_Load_File_To_Buffer, "/nowhere/f", &buffer);
     FAILS(0, fnSCFS_Load_File_To_List, "/nowhere/f", &list, reader);
+    FAILS(0, fnSCFS_Load_File_To_ListEx, "/nowhere/f", &list, reader, fnSC_Free);
     FAILS(0, fnSCFS_Save_List_To_File, "/nowhere/f", &list, writer);
     FAILS(0, fnSCFS_Save_List_To_FileEx, "/nowhere/f", &list, writer, 16);
     FAILS(0, fnSCFS_Append_List_To_File, "/nowhere/f", &list, writer);
-    tSCFS_DateTime date{};
-    FAILS(0, fnSCFS_DaysInMonth, &date);
-    FAILS(static_cast<tSCFS_DateTime*>(nullptr), fnSCFS_InitTimeStructure, &date);
-    FAILS(static_cast<tSCFS_DateTime*>(nullptr), fnSCFS_CopyTime, &date, 1U, 1U, 1U, 1U, 1U, 1U,
-          1U);
+    ALL_FAIL(-1, fnSCFS_File_Write, fnSCFS_File_Read, fnSCFS_File_Seek, parse_date_str);
+    ALL_FAIL(0, fnSCFS_MkDir, fnSCFS_DaysInMonth, fnSCFS_InitTimeStructure, fnSCFS_CopyTime,
+             fnSCFS_LocalTime, fnSCFS_TimeAdd, GETRAND, JULIANTOSECONDS, GETJULIANDATE,
+             date_to_httpDate, fnSCFS_Init_Buffer, fnSCFS_Buffer_IsEnd, fnSCFS_Buffer_ReadString,
+             fnSCFS_Buffer_ReadLong, fnSCFS_Buffer_ReadMem, fnSCFS_Buffer_ReadDateTime,
+             fnSCFS_INI_Read, fnSCFS_INI_FreeNode, fnSCFS_CallBackOper, fnSCFS_File_Close);
     EXPECT_STREQ(out, "abc");
     fnSC_Free(&buffer.pData);
 }
 
-TEST(NullArguments, encoders) {
+TEST(NullArguments, messages) {
     const testing_support::NoLeak check;
-    constexpr uint8_t* no_pdu = nullptr;
-    uint32_t length = 0;
-    const tMMS_SendReq request{};
-    const tMMS_ForwardReq forward{};
-    tMMS_ReadRecInd report{};
-    FAILS(no_pdu, fnMMS_MakeSendMessagePdu, &request, &length);
-    FAILS(no_pdu, fnMMS_MakeFWDMessagePdu, &forward, &length);
-    FAILS(no_pdu, fnMMS_MakeNotifyRespPdu, "t", 1, 129, &length);
-    FAILS(no_pdu, fnMMS_MakeAcknowledgePdu, "t", 1, &length);
-    FAILS(no_pdu, fnMMS_MakeReadReportPdu, "t", "a", "s", &length);
-    EXPECT_EQ(fnMMS_MakeReadRecIndPdu(&report, &length), nullptr) << "without an address";
-    FAILS(no_pdu, fnMMS_MakeReadRecIndPdu, &report, &length);
+    EXPECT_EQ(fnCPS_NewMms(), CPS_OK);
+    ALL_FAIL(CPS_BAD_ARGUMENT, fnCPS_AddImage, fnCPS_AddVideo, fnCPS_AddAudio, fnCPS_AddText,
+             fnCPS_AddAttachment, fnCPS_GetCurImage, fnCPS_GetCurVideo, fnCPS_GetCurAudio,
+             fnCPS_GetCurText, fnCPS_GetAttachment);
+    ALL_FAIL(0, fnCPS_GetCurBgColor, fnCPS_GetCurForeColor, fnCPS_GetMmsContentPdu,
+             CPSInitSlideStruct, CPSClearSlideStruct, CPSCopySlideStruct, CPSInitAttachment,
+             CPSClearAttachment);
+    fnCPS_Quit();
+    ALL_FAIL(-1, SmilIsTag, SmilIsAttr, fnPAR_IsPlayedMedia);
+    ALL_FAIL(0, SmilInitInput, SmilGetChar, SmilParseTag, SmilFreeTagStruct, SmilGetWord,
+             SmilAddPar, SmilAddText, SmilAddImg, SmilAddAudio, SmilAddVideo, SmilAddAttachment,
+             SmilAddRegion, SmilGetElementById, SmilGetTextDataById, SmilGetImgDataById,
+             SmilGetAudioDataById, SmilGetVideoDataById, fnPAR_GetCurParBgColor,
+             fnPAR_GetCurParForeColor, fnPAR_GetCurParText, fnPAR_GetCurParImg,
+             fnPAR_GetCurParAudio, fnPAR_GetCurParVideo, fnPAR_GetAttachment, SmilParserSmilMMS,
+             fnPAR_DrmType);
+}
+
+TEST(NullArguments, encoders_and_push) {
+    const testing_support::NoLeak check;
+    ALL_FAIL(0, fnMMS_MakeSendMessagePdu, fnMMS_MakeFWDMessagePdu, fnMMS_MakeNotifyRespPdu,
+             fnMMS_MakeAcknowledgePdu, fnMMS_MakeReadReportPdu, fnMMS_MakeReadRecIndPdu,
+             fnMMSPush_DecodeSic, fnMMSPush_DecodeSlc, fnMMSPush_DecodeXmlSic,
+             fnMMSPush_DecodeXmlSl);
+    ALL_FAIL(1, removeXmlUnusedTag);  // the length that was given
+    ALL_FAIL(166, getXmlEncodingCharset);
 }
 
 }  // namespace

@@ -3,9 +3,12 @@
 // order. At one of the calls, or after the save, the power fails, and what is then on the disk
 // takes the folder's place: the reader finds what stood there before or what was saved, whole, and
 // never the old once the save has reported success; and the next save starts from there.
-#include <sys/syscall.h>
+#include <dlfcn.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <vector>
@@ -43,7 +46,7 @@ struct Change {  // of names: one that goes, and one that is a file's from then 
     }
 };
 
-// One folder's. Notes nothing until it is started and after it is unplugged.
+// One folder's. Notes what is done from its start until it is unplugged.
 class Disk {
   public:
     void start(const std::string& folder, const Folder& content, std::mt19937& random) {
@@ -54,15 +57,23 @@ class Disk {
         folder_ = folder;
         random_ = &random;
         calls_left_ = random() % 24;
+        on_file_call = [this](const FileCall& call) { return note(call); };
     }
-    bool is_watched() const { return random_ != nullptr; }
     bool has_failed() const { return failed_; }
     Folder unplug() {
         if (!failed_) fail();
-        random_ = nullptr;
+        on_file_call = nullptr;
         return on_disk_;
     }
 
+  private:
+    int note(const FileCall& call) {
+        if (call.kind == 'w') write(call.fd, call.data, call.size);
+        if (call.kind == 's') synchronize(call.fd);
+        if (call.kind == 'm') change({call.name, call.to, now_[call.name]});
+        if (call.kind == 'u') change({call.name, "", nullptr});
+        return call.kind == 's' ? call_done : 0;
+    }
     void write(int fd, const void* data, size_t size) {
         const std::string name = name_of(fd);
         if (now_.count(name) == 0) change({"", name, std::make_shared<File>()});
@@ -82,10 +93,6 @@ class Disk {
             put(now_[name]->synced, each);
         now_[name]->pending.clear();
     }
-    void rename(const char* from, const char* to) { change({from, to, now_[from]}); }
-    void remove(const char* name) { change({name, "", nullptr}); }
-
-  private:
     static void put(std::string& content, const Write& write) {
         content.resize(std::max(content.size(), write.at + write.data.size()));
         content.replace(write.at, write.data.size(), write.data);
@@ -134,30 +141,63 @@ class Disk {
 
 Disk disk;
 
-int done(long result) {
-    return static_cast<int>(result);
+// The C library's own function behind the one of that name here, unless the call is not to be made.
+template <typename Result, typename... Arguments>
+Result pass(const char* function, const FileCall& call, Arguments... arguments) {
+    const int error = on_file_call ? on_file_call(call) : 0;
+    if (error == call_done) return 0;
+    if (error != 0) errno = error;
+    if (error != 0 && std::strcmp(function, "close") != 0) return -1;
+    Result (*next)(Arguments...) = nullptr;
+    void* const found = dlsym(RTLD_NEXT, function);
+    std::memcpy(&next, &found, sizeof next);
+    const Result result = next(arguments...);
+    return error != 0 ? -1 : result;  // a descriptor is gone, whatever closing it gives
 }
 
 }  // namespace
 
 // In place of the C library's, for the whole program: the file layer calls these.
 extern "C" {
+int open(const char* path, int flags, ...) {
+    return pass<int>("open", {'o'}, path, flags, 0600);
+}
+int openat(int folder, const char* path, int flags, ...) {
+    return pass<int>("openat", {'o'}, folder, path, flags, 0600);
+}
+int close(int fd) {
+    return pass<int>("close", {'c', fd}, fd);
+}
+ssize_t read_from(int fd, void* data, size_t size) __asm__("read");  // headers may have it inline
+ssize_t read_from(int fd, void* data, size_t size) {
+    return pass<ssize_t>("read", {'r'}, fd, data, size);
+}
 ssize_t write(int fd, const void* data, size_t size) {
-    if (disk.is_watched()) disk.write(fd, data, size);
-    return syscall(SYS_write, fd, data, size);
+    return pass<ssize_t>("write", {'w', fd, nullptr, nullptr, data, size}, fd, data, size);
+}
+off_t lseek(int fd, off_t at, int origin) noexcept {
+    return pass<off_t>("lseek", {'-'}, fd, at, origin);
 }
 int fsync(int fd) {
-    if (!disk.is_watched()) return done(syscall(SYS_fsync, fd));
-    disk.synchronize(fd);
-    return 0;
+    return pass<int>("fsync", {'s', fd}, fd);
+}
+int stat(const char* path, struct stat* status) noexcept {
+    return pass<int>("stat", {'-'}, path, status);
+}
+int fstat(int fd, struct stat* status) noexcept {
+    return pass<int>("fstat", {'-'}, fd, status);
+}
+int fstatat(int folder, const char* path, struct stat* status, int flags) noexcept {
+    return pass<int>("fstatat", {'-'}, folder, path, status, flags);
+}
+int fchmod(int fd, mode_t mode) noexcept {
+    return pass<int>("fchmod", {'-'}, fd, mode);
 }
 int renameat(int folder, const char* from, int to_folder, const char* to) noexcept {
-    if (disk.is_watched()) disk.rename(from, to);
-    return done(syscall(SYS_renameat2, folder, from, to_folder, to, 0));
+    return pass<int>("renameat", {'m', -1, from, to}, folder, from, to_folder, to);
 }
 int unlinkat(int folder, const char* name, int flags) noexcept {
-    if (disk.is_watched()) disk.remove(name);
-    return done(syscall(SYS_unlinkat, folder, name, flags));
+    return pass<int>("unlinkat", {'u', -1, name}, folder, name, flags);
 }
 }
 
@@ -165,9 +205,6 @@ namespace {
 
 class PowerCut : public Saves {
   protected:
-    // In memory where there is such a folder: replacing a file lets a real disk wait.
-    PowerCut() : Saves(access("/dev/shm", W_OK) == 0 ? "/dev/shm/" : testing::TempDir()) {}
-
     // A list, or a file that is written whole or gets more at its end.
     int32_t save_file(size_t size, bool more) const {
         const std::string data = list_text(size);

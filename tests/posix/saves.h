@@ -1,4 +1,5 @@
-// Saves a list in a folder of its own, and says what stands there, before and after what breaks it.
+// Saves a list in a folder of its own, and says what stands there, before and after what breaks it;
+// and what stands between the file layer and the system, so that each call can be watched and fail.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -16,12 +18,21 @@ namespace testing_support {
 
 using Folder = std::map<std::string, std::string>;  // contents by file name
 
+struct FileCall {
+    char kind;  // opens, reads, writes, synchronizes, closes, moves, unlinks, or '-': another
+    int fd = -1;
+    const char *name = nullptr, *to = nullptr;
+    const void* data = nullptr;
+    size_t size = 0;
+};
+constexpr int call_done = -1;
+// Told each call before it is made. Gives 0, call_done for one that is not to be made and succeeds,
+// or the error with which it is to fail. (power_test.cpp)
+inline std::function<int(const FileCall&)> on_file_call;
+
 class Saves : public testing::Test {
   protected:
-    explicit Saves(const std::string& parent = testing::TempDir())
-        : folder_(parent + "mmskit-saves" + std::to_string(getpid())) {
-        restore({});
-    }
+    Saves() { restore({}); }
     ~Saves() override { std::filesystem::remove_all(folder_); }
 
     // All of a list of three values of a size.
@@ -62,7 +73,9 @@ class Saves : public testing::Test {
             std::ofstream(folder_ + "/" + name, std::ios::binary) << content;
     }
 
-    std::string folder_;
+    // In memory where there is such a folder: replacing a file lets a real disk wait.
+    std::string folder_ = (access("/dev/shm", W_OK) == 0 ? "/dev/shm/" : testing::TempDir()) +
+                          "mmskit-saves" + std::to_string(getpid());
     std::string path_ = folder_ + "/s.ini";
 };
 
