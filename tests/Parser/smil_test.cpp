@@ -61,6 +61,50 @@ TEST(Smil, SplitterNamesKindsAndAttributes) {
         EXPECT_EQ(split(markup), expected) << text(markup);
 }
 
+TEST(Smil, WordsTagsAndHeads) {
+    EXPECT_EQ(SmilTag[SmilIsTag("par")], std::string("par"));
+    EXPECT_EQ(SmilAttribute[SmilIsAttr("dur")], std::string("dur"));
+    char letters[] = "word", *word = SmilGetWord(letters, letters + 3);
+    EXPECT_STREQ(word, "wor");
+    fnSC_Free(&word);
+    EXPECT_EQ(SmilGetWord(letters, letters), nullptr);
+    const std::string head = "<root-layout width=\"5\"/></layout></head><body>";
+    fail_each_allocation([&head] {
+        ASSERT_EQ(SmilInitInput(head.c_str(), static_cast<int32_t>(head.size())), 1);
+        tSMIL_Layout* layout = SmilParseLayout();
+        EXPECT_TRUE(layout == nullptr || layout->RootWidth == 5);
+        fnSC_Free(&layout);
+        split("<i a=\"1\" b=\"2\">");
+    });
+    EXPECT_EQ(SmilInitInput(head.c_str(), static_cast<int32_t>(head.size())), 1);
+    EXPECT_EQ(SmilParseHead(), 1);
+    mmskit::reset_parser_state();
+}
+
+// A host may have put together the view that is added to.
+TEST(Smil, ListsThatWereNotBuiltHereAreContinued) {
+    SmilParserInit();
+    tSMIL_Attachment one{}, two{}, three{}, four{};
+    tSMIL_ViewStruct.AttachmentList = &one;
+    EXPECT_EQ(fnPAR_GetTotalAttachments(), 1);
+    EXPECT_EQ(SmilAddAttachment(&two), 1);
+    two.Next = &three;
+    EXPECT_EQ(SmilAddAttachment(&four) + fnPAR_GetTotalAttachments(), 5);
+    SmilParserInit();
+    tSMIL_Text text{};
+    EXPECT_EQ(SmilAddText(&text), 0) << "no slide";
+    EXPECT_EQ(SmilDelCurrPar(), 1);
+    tSMIL_Par last{};
+    auto* pars = static_cast<tSMIL_Par*>(fnSC_Malloc_Local(sizeof(tSMIL_Par)));
+    tSMIL_ViewStruct.ParList = tSMIL_ViewStruct.CurPar = pars;
+    EXPECT_EQ(SmilAddPar(&last), 1);
+    EXPECT_TRUE(pars->Next == &last && last.Prev == pars);
+    tSMIL_ViewStruct.CurPar = pars;
+    EXPECT_EQ(SmilDelCurrPar(), 1);
+    EXPECT_TRUE(tSMIL_ViewStruct.ParList == &last && last.Prev == nullptr);
+    SmilParserInit();
+}
+
 TEST(Smil, time_is_leading_integer) {
     const std::string rows =
         "5s>5000 500ms>500 5>5 1.5s>1000 5Ms>5000 00:05>0 -9MS>-9 +7S>7000 "

@@ -102,6 +102,16 @@ TEST_F(FileLayer, FailureLeavesTheOldFile) {
         EXPECT_EQ(fnSCFS_CopyFile(name, old_.c_str()), 0) << text(name);
         EXPECT_EQ(fnSCFS_File_Open(name, 0), nullptr) << text(name);
     }
+    for (const auto& [length, position] : {std::pair(-1, 0), {1, -1}}) {
+        EXPECT_EQ(fnSCFS_WriteToFileAtPos(data, length, position, old_.c_str()), -1);
+        EXPECT_EQ(fnSCFS_ReadFromFileAtPos(data, length, position, old_.c_str()), -1);
+    }
+    EXPECT_EQ(fnSCFS_WriteToFile(data, -1, old_.c_str()), -1);
+    EXPECT_EQ(fnSCFS_AppendToFile(data, -1, old_.c_str()), -1);
+    EXPECT_EQ(fnSCFS_File_Open(old_.c_str(), 2), nullptr);
+    EXPECT_EQ(fnSCFS_WriteToFile(data, 1, at(std::string(252, 'n')).c_str()), -1)
+        << "its temporary's name is too long";
+    EXPECT_EQ(fnSCFS_WriteToFile(data, 1, at(std::string(5000, '/') + "x").c_str()), -1);
     EXPECT_EQ(file_bytes(old_) + told, "old");
     EXPECT_EQ(entries(folder_), 2);
 }
@@ -156,6 +166,9 @@ TEST_F(FileLayer, EachCallOfTheSystemMayFail) {
 TEST_F(FileLayer, Directories) {
     const std::string x = at("x"), deep = at("x/y//z/"), link = at("link");
     EXPECT_EQ(fnSCFS_File_CreateDir(deep.c_str()), deep.c_str());
+    EXPECT_EQ(fnSCFS_File_CreateDir(std::string(5000, 'd').c_str()), nullptr);
+    EXPECT_EQ(fnSCFS_MkDir(x.c_str()) + 2 * fnSCFS_MkDir(at("new").c_str()), 2);
+    EXPECT_EQ(fnSCFS_RmDir(at("new").c_str()), 1);
     EXPECT_EQ(fnSCFS_File_CreateDir(old_.c_str()), nullptr);
     fs::copy_file(old_, at("x/file"));
     fs::create_symlink(x, link);

@@ -184,6 +184,16 @@ TEST(NullArguments, messages) {
     ALL_FAIL(0, fnCPS_GetCurBgColor, fnCPS_GetCurForeColor, fnCPS_GetMmsContentPdu,
              CPSInitSlideStruct, CPSClearSlideStruct, CPSCopySlideStruct, CPSInitAttachment,
              CPSClearAttachment);
+    char text[] = "x";
+    for (const int absent : {0, 1, 2}) {
+        char* texts[] = {text, text, text};
+        texts[absent] = nullptr;
+        auto* const data = reinterpret_cast<uint8_t*>(texts[0]);
+        const CPSMediaInfo media = {data, texts[1], texts[2], 0, 0, 1, {}};
+        const CPSAttachmentInfo attachment = {data, texts[1], texts[2], 1};
+        EXPECT_EQ(fnCPS_AddImage(&media), CPS_BAD_ARGUMENT) << absent;
+        EXPECT_EQ(fnCPS_AddAttachment(&attachment), CPS_BAD_ARGUMENT) << absent;
+    }
     fnCPS_Quit();
     ALL_FAIL(-1, SmilIsTag, SmilIsAttr, fnPAR_IsPlayedMedia);
     ALL_FAIL(0, SmilInitInput, SmilGetChar, SmilParseTag, SmilFreeTagStruct, SmilGetWord,
@@ -201,6 +211,16 @@ TEST(NullArguments, encoders_and_push) {
              fnMMS_MakeAcknowledgePdu, fnMMS_MakeReadReportPdu, fnMMS_MakeReadRecIndPdu,
              fnMMSPush_DecodeSic, fnMMSPush_DecodeSlc, fnMMSPush_DecodeXmlSic,
              fnMMSPush_DecodeXmlSl);
+    const auto of_no_text = [](void (*encode)(uint8_t**, const char*)) {
+        uint8_t room[20];
+        uint8_t* at = room;
+        encode(&at, nullptr);
+        return testing_support::hex(room, static_cast<size_t>(at - room));
+    };
+    for (const auto encode : {EncodeString, EncodeTIDString, EncodeTextString, EncodeEncodedString})
+        EXPECT_EQ(of_no_text(encode), "00 ");
+    EXPECT_EQ(of_no_text([](uint8_t** at, const char* text) { EncodeAddressString(at, text); }),
+              testing_support::hex(std::string("/TYPE=PLMN") + '\0'));
     ALL_FAIL(1, removeXmlUnusedTag);  // the length that was given
     ALL_FAIL(166, getXmlEncodingCharset);
 }

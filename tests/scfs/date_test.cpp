@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <mmskit/storage.h>
 
+#include <array>
 #include <ctime>
 #include <string>
 #include <tuple>
@@ -95,9 +96,18 @@ TEST(Calendar, TimeAddCarries) {
 }
 
 TEST(Calendar, time_is_valid_without_upper_dates) {
-    EXPECT_EQ(fnSCFS_Time_IsValid(1, 13, 40, 23, 59, 59), 1);
-    EXPECT_EQ(fnSCFS_Time_IsValid(1, 0, 1, 0, 0, 0), 0);
-    EXPECT_EQ(fnSCFS_RealTime_To_Seconds(1970, 1, 1, 0, 0, 5, 9, 1), 315964800U + 86405U);
+    for (size_t wrong = 0; wrong <= 6; ++wrong) {
+        std::array<uint16_t, 7> f = {1, 13, 40, 23, 59, 59, 0};
+        f[wrong] = wrong < 3 ? 0 : 60;
+        EXPECT_EQ(fnSCFS_Time_IsValid(f[0], f[1], f[2], f[3], f[4], f[5]), wrong == 6) << wrong;
+    }
+    const std::pair<int32_t, uint32_t> bases[] = {{0, 86405}, {1, 315964800U + 86405U}, {2, 0}};
+    for (const auto& [base, seconds] : bases)
+        EXPECT_EQ(fnSCFS_RealTime_To_Seconds(1970, 1, 1, 0, 0, 5, 9, base), seconds) << base;
+    for (const auto& [month, days] : {std::pair(0U, 31), {2U, 29}, {4U, 30}, {13U, 31}}) {
+        const Fields date = {2024, month, 1, 0, 0, 0, 0};
+        EXPECT_EQ(fnSCFS_DaysInMonth(&date), days);
+    }
 }
 
 TEST(Clock, clock_fields_stay_raw) {

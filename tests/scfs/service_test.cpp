@@ -31,6 +31,8 @@ TEST_F(Services, HandsetResultsAreFixed) {
         fnSCFS_SetTimer(nullptr, 5, 1),       fnSCFS_WriteToFileAtPos(data, 3, 0, "/dev/null"),
         fnSCFS_ReadFromFile(data, 3, name),   fnSCFS_ReadFromFileAtPos(data, 3, 0, name)};
     EXPECT_EQ(results, (std::vector<int32_t>{0, 0, 0, 0, 0, 1, 1, 1, 1, -1, -1, -1}));
+    fnSCFS_CancelTimer(1);
+    fnSCFS_ReleaseTimerList();
     EXPECT_EQ(fnSCFS_TimerCallback(1), 0U);
     EXPECT_EQ(fnSCFS_File_CreateDir(name), name);
     EXPECT_STREQ(data, "abc");
@@ -76,6 +78,7 @@ TEST_F(Services, FullPathIsNeverCut) {
     EXPECT_EQ(std::string(fnSCFS_SetFullPath(path + 2), 1024),
               "/longer/path" + std::string(1012, '\0'));
     EXPECT_STREQ(fnSCFS_SetFullPath(std::string(1024, 'p').c_str()), "");
+    EXPECT_STREQ(fnSCFS_SetFullPath(nullptr), "");
 }
 
 TEST_F(Services, StateAndLists) {
@@ -91,7 +94,14 @@ TEST_F(Services, StateAndLists) {
     void* last = timers->pTail->pData;
     EXPECT_EQ(fnSCFS_List_MoveToHead(timers, last), 0);
     EXPECT_EQ(fnSCFS_List_getPos(timers, last), 0);
+    auto* timer = static_cast<tSCFS_Timer*>(last);
     EXPECT_EQ(fnSCFS_TimerCallback(2), 100U);
+    timer->pfnCallback = nullptr;
+    EXPECT_EQ(fnSCFS_TimerCallback(2), static_cast<uint32_t>(reinterpret_cast<uintptr_t>(timer)));
+    tSCFS_Operation operation{};
+    EXPECT_EQ(fnSCFS_CallBackOper(&operation), &operation);
+    operation.pfnCallback = [](void* param) { return param; };
+    EXPECT_EQ(fnSCFS_CallBackOper(&operation), nullptr);
     EXPECT_EQ(fnSCFS_List_MoveToHead(timers, &told), -1);
     fnSCFS_printLog_param("src/mms.c", 11);
     fnSCFS_printLog_param("c:\\src\\mms.c", 12);
@@ -101,7 +111,7 @@ TEST_F(Services, StateAndLists) {
 TEST_F(Services, str_to_long_takes_any_character) {
     EXPECT_EQ(fnSCFS_StrToLong("4294967297-\xFF"), 277);
     uint8_t random[100] = {};
-    GETRAND(random + 1, 98);
+    fnSCFS_getPseudoRandom(random + 1, 98);
     EXPECT_TRUE(random[0] + random[99] == 0 && random[1] + random[50] + random[98] != 0);
 }
 

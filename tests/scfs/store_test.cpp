@@ -56,6 +56,10 @@ TEST(FileBuffer, line_feed_string_is_a_line_tag) {
     EXPECT_EQ(hex(out, 4), hex(bytes("00 0A 00 00")));
     EXPECT_EQ(fnSCFS_Buffer_IsEnd(&b), 1);
     EXPECT_EQ(read(b), "");
+    fnSCFS_Init_Buffer(&b, area.guarded.length());
+    fnSCFS_Buffer_WriteDateTime(&b, 2024, 2, 29, 12, 30, 59, 3);
+    b.iPosition = -1;
+    EXPECT_EQ(read(b), "2024:2:29:12:30:59:3");
 }
 
 TEST(FileBuffer, closed_for_good) {

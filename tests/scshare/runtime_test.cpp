@@ -33,6 +33,7 @@ TEST(Memory, BlocksAreZeroedKeptAndFreedByAddress) {
     p = static_cast<char*>(fnSC_Realloc_Local(p, size + 1));
     p[size] = '\0';
     EXPECT_EQ(taken(p), std::string(size, 'U'));
+    fail_each_allocation([] { taken(static_cast<char*>(fnSC_Realloc_Local(nullptr, 0))); });
     void* empty = fnSC_Malloc_Local(0);  // a live block that holds nothing
     EXPECT_NE(empty, nullptr);
     fnSC_Free(&empty);
@@ -69,7 +70,13 @@ TEST(Strings, Comparisons) {
         {"classic_unsigned_difference", fnSCRTL_stricmp, "\xE9", "A", 0xE9 - 'a'},
         {"classic_first_null", fnSCRTL_stricmp, nullptr, nullptr, -1},
         {"classic_second_null", classic2, "", nullptr, 1},
+        {"strnicmp_ends_at_its_count", strnicmp5, "aBYde", "abyde!", 0},
+        {"stricmp_has_one_length", fnSC_STRICMP, "ab", "AB+", -1},
+        {"stricmp_of_a_capital", fnSC_STRICMP, "Zab{", "zAb}", 0},
+        {"classic_second_null", fnSCRTL_stricmp, "", nullptr, 1},
+        {"classic_first_null", classic2, nullptr, "", -1},
         {"begins_in_this_order", fnSC_STRBEGINS, "image", "im", 1},
+        {"begins_in_this_order", fnSC_STRBEGINS, "im", "image", 0},
     };
     for (const auto& [rule, compare, a, b, result] : cases)
         EXPECT_EQ(compare(a, b), result) << rule << ' ' << text(a) << ' ' << text(b);
@@ -101,10 +108,16 @@ TEST(Strings, strlcat_refuses_four_to_seven) {
 }
 
 TEST(Strings, SearchesAndNewTexts) {
-    char s[] = "A Multipart [x]";
+    char s[20] = "A Multipart [x]";
     EXPECT_EQ(fnSC_STRISTR(s, "mULTIPART"), s + 2);
     EXPECT_EQ(fnSC_STRLOWER(s), 0);
     EXPECT_STREQ(s, "a multipart [x]");
+    EXPECT_EQ(fnSC_STRSTR(s, "part"), s + 7);
+    EXPECT_EQ(fnSC_STRCHR(s, 't'), s + 5);
+    EXPECT_EQ(fnSC_STRRCHR(s, 't'), s + 10);
+    EXPECT_EQ(fnSC_MEMCHR(s, 't', 5), nullptr);
+    EXPECT_EQ(fnSC_MEMCMP(s, "a mUL", 3), 0);
+    EXPECT_STREQ(fnSC_STRCAT(s + 15, "!"), "!");
     EXPECT_EQ(taken(fnSC_STRDUP(nullptr)), text(nullptr));
     fail_each_allocation([] {
         char d[8] = "ab";
@@ -119,6 +132,9 @@ TEST(Formatting, NumbersAndBounds) {
     EXPECT_EQ(fnSC_ATOI("99999999999999999999"), INT32_MAX);
     EXPECT_STREQ(fnSCRTL_itoa(INT32_MIN, out, 10), "-2147483648");
     EXPECT_STREQ(fnSCRTL_itoa(-1, out, 2), std::string(32, '1').c_str());
+    for (const int32_t radix : {1, 37})
+        EXPECT_STREQ(fnSCRTL_itoa(5, out, radix), "");
+    EXPECT_STREQ(fnSCRTL_itoa(35, out, 36), "z");
     EXPECT_EQ(strlen(fnSCRTL_ftoa(-DBL_MAX, out, INT32_MAX)), sizeof out - 1);
     EXPECT_EQ(fnSCRTL_snprintf(out, 4, "%d-%s", 12, "abc"), 6);
     EXPECT_EQ(fnSCRTL_snprintf(out, 0, "%d", 99), 2);
