@@ -27,8 +27,8 @@ void run_dissect(fuzz::Bytes input) {
     }
 }
 
-using Anatomy = fuzz::Owner<tMMS_Anatomy, fnMMS_FreeAnatomy>;
-using Mended = fuzz::Owner<tMMS_Mended, fnMMS_FreeMended>;
+using Anatomy = testing_support::OwnedAnatomy;
+using Mended = testing_support::OwnedMended;
 
 void run_mend(fuzz::Bytes input) {
     const Anatomy anatomy(fnMMS_Dissect(input.data(), static_cast<uint32_t>(input.size())));

@@ -201,6 +201,13 @@ const std::vector<Shape> messages = {
      [](size_t n) { return with_smil("<img " + times("a=\"\" ", n) + "/>", part(png, "x"), 1); }},
     {"deep tags", [](size_t n) { return with_smil(times("<a>", n), part(png, "x"), 1); }},
     {"open angles", [](size_t n) { return with_smil(times("<", n), part(png, "x"), 1); }},
+    {"headers", [](size_t n) { return bytes("8C 84") + times(bytes("86 80"), n); }},
+    {"textual headers", [](size_t n) { return bytes("8C 84") + times(bytes("'a' 00 'b' 00"), n); }},
+    {"texts that end nowhere",
+     [](size_t n) { return bytes("8C 84") + times(bytes("96 03 EA 'ab'"), n); }},
+    {"unknown codes", [](size_t n) { return bytes("8C 84") + times(bytes("F0 80"), n); }},
+    {"encoded words",
+     [](size_t n) { return bytes("8C 84 96") + times("=?utf-8?Q?a?= ", n) + '\0'; }},
     {"recipients",
      [](size_t n) {
          return bytes("8C 84 98 'T' 00 8D 92") + times(bytes("97 'a' 00"), n) +

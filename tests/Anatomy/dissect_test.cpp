@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "bench/worst/shapes.h"
 #include "tests/Anatomy/tree_checks.h"
 #include "tests/support/bytes.h"
 
@@ -324,35 +325,10 @@ TEST(Dissect, long_values_are_cut_between_characters) {
     }
 }
 
+// Those that mmskit-worst measures in time.
 TEST(Dissect, hostile_shapes_stay_within_the_limits) {
-    constexpr std::size_t size = 200'000;
-    const auto many = [](const std::string& piece) {
-        return testing_support::repeated(piece, size / piece.size() + 1);
-    };
-    std::string deep = bytes("00");
-    for (int level = 0; level < 200; ++level) {
-        std::string length;
-        length += static_cast<char>(0x80 | (deep.size() >> 7 & 0x7F));
-        length += static_cast<char>(deep.size() & 0x7F);
-        deep = bytes("01 01") + length + bytes("A3") + deep;
-    }
-    const std::string body = bytes("84 A3 8F FF FF FF 7F");
-    const std::pair<const char*, std::string> cases[] = {
-        {"headers", bytes("8C 84") + many(bytes("86 80"))},
-        {"headers_whose_text_ends_nowhere", bytes("8C 84") + many(bytes("96 03 EA 'ab'"))},
-        {"textual_headers", bytes("8C 84") + many(bytes("'a' 00 'b' 00"))},
-        {"unknown_codes", bytes("8C 84") + many(bytes("F0 80"))},
-        {"empty_parts", body + many(bytes("01 00 83"))},
-        {"parts_that_lead_nowhere", body + many(bytes("01 04 9E FF D8 FF DA"))},
-        {"texts_without_a_mark", body + many(bytes("06 04 05 83 81 02 03 E8 4F 60 59 7D"))},
-        {"cyrillic", body + many(bytes("06 02 05 83 81 02 08 24 C4 C1"))},
-        {"words", bytes("8C 84 96") + many("=?utf-8?Q?a?= ") + '\0'},
-        {"deep", bytes("84 A3") + deep},
-        {"zeros", std::string(size, '\0')},
-        {"parameters", bytes("84 1F BD 84 3F A3") + many(bytes("8A 'a' 00"))},
-    };
-    for (const auto& [rule, input] : cases)
-        expect_sound(input, rule);
+    for (const worst::Shape& shape : worst::messages)
+        expect_sound(shape.make(200'000), shape.name);
 }
 
 }  // namespace

@@ -2,26 +2,15 @@
 // is told, and what is no message is called by its name.
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "Anatomy/src/inputs.h"
+#include "tests/Anatomy/taken.h"
 #include "tests/Anatomy/tree_checks.h"
 #include "tests/support/bytes.h"
 
 using namespace mmskit_anatomy;
-using testing_support::bytes;
+using testing_support::bytes, testing_support::dissected;
 
 namespace {
-
-struct Free {
-    void operator()(tMMS_Anatomy* anatomy) const { fnMMS_FreeAnatomy(anatomy); }
-};
-using Owned = std::unique_ptr<tMMS_Anatomy, Free>;
-
-Owned dissected(const std::string& input) {
-    return Owned(fnMMS_Dissect(reinterpret_cast<const uint8_t*>(input.data()),
-                               static_cast<uint32_t>(input.size())));
-}
 
 // "kind, layers, flaws", the kind being what it looks like when it is no message.
 std::string summary(const tMMS_Anatomy& anatomy) {
@@ -119,7 +108,7 @@ const struct {
 TEST(Inputs, are_recognised_and_unwrapped) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.rule);
-        const Owned anatomy = dissected(c.input);
+        const auto anatomy = dissected(c.input);
         EXPECT_EQ(summary(*anatomy), c.summary);
         EXPECT_EQ(covered(*anatomy), "");
     }
@@ -130,7 +119,7 @@ TEST(Inputs, every_cut_is_covered) {
     for (const auto& c : cases) {
         for (std::size_t size = 0; size < c.input.size(); ++size) {
             const std::string input = c.input.substr(0, size);
-            const Owned anatomy = dissected(input);
+            const auto anatomy = dissected(input);
             ASSERT_EQ(covered(*anatomy), "") << c.rule << " cut to " << size;
         }
     }
@@ -146,7 +135,7 @@ TEST(Inputs, layers_and_decoded_bytes_are_bounded) {
     }
     EXPECT_EQ(dissected(wrapped)->iLayers, most_layers);
     // 17 MB of zeros as a dump that repeats its one row.
-    const Owned large = dissected("00000000  00 00 00 00\n*\n01100000  00 00\n");
+    const auto large = dissected("00000000  00 00 00 00\n*\n01100000  00 00\n");
     uint64_t decoded = 0;
     for (uint32_t i = 1; i < large->iLayers; ++i)
         decoded += large->pLayers[i].iLength;

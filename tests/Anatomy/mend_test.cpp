@@ -5,7 +5,6 @@
 #include <mmskit/mmskit.h>
 
 #include <filesystem>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -17,20 +16,10 @@ using namespace testing_support;
 
 namespace {
 
-struct AnatomyFree {
-    void operator()(tMMS_Anatomy* a) const { fnMMS_FreeAnatomy(a); }
-};
-struct MendedFree {
-    void operator()(tMMS_Mended* m) const { fnMMS_FreeMended(m); }
-};
-
 // A message with its anatomy and what became of it.
 struct Mending {
     explicit Mending(std::string message)
-        : input(std::move(message)),
-          anatomy(fnMMS_Dissect(reinterpret_cast<const uint8_t*>(input.data()),
-                                static_cast<uint32_t>(input.size()))),
-          mended(fnMMS_Mend(anatomy.get())) {}
+        : input(std::move(message)), anatomy(dissected(input)), mended(fnMMS_Mend(anatomy.get())) {}
 
     [[nodiscard]] std::string bytes() const {
         return {reinterpret_cast<const char*>(mended->pData), mended->iLength};
@@ -44,8 +33,8 @@ struct Mending {
     }
 
     std::string input;
-    std::unique_ptr<tMMS_Anatomy, AnatomyFree> anatomy;
-    std::unique_ptr<tMMS_Mended, MendedFree> mended;
+    OwnedAnatomy anatomy;
+    OwnedMended mended;
 };
 
 const std::string nul(1, '\0');

@@ -1,12 +1,27 @@
-// The exact decoders, asked whether they take a mended message whole.
+// Anatomies and their owners; and the exact decoders, asked whether they take a mended message
+// whole.
 #pragma once
 
 #include <mmskit/anatomy.h>
 #include <mmskit/mmskit.h>
 
 #include <cstdint>
+#include <memory>
+#include <string>
 
 namespace testing_support {
+
+template <auto release>
+struct Release {
+    void operator()(auto* made) const { release(made); }
+};
+using OwnedAnatomy = std::unique_ptr<tMMS_Anatomy, Release<fnMMS_FreeAnatomy>>;
+using OwnedMended = std::unique_ptr<tMMS_Mended, Release<fnMMS_FreeMended>>;
+
+inline OwnedAnatomy dissected(const std::string& input) {
+    return OwnedAnatomy(fnMMS_Dissect(reinterpret_cast<const uint8_t*>(input.data()),
+                                      static_cast<uint32_t>(input.size())));
+}
 
 struct ExactDecoder {
     uint32_t type;

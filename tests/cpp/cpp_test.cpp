@@ -52,28 +52,16 @@ TEST(Cpp, a_received_message_is_read_slide_by_slide) {
     const auto view = mmskit::SlideView::open(*message);
     ASSERT_TRUE(view);
     EXPECT_FALSE(view->left_out());
-    struct Expected {
-        int32_t duration;
-        std::string_view text, image, audio;
-        std::optional<uint32_t> background;
-    };
-    const Expected expected[] = {
-        {8000, "Greetings from the beach!", "sunset.jpg", "surf.mp3", 0xFFF4E0},
-        {6000, "This is the boat", "boat.png", "", 0xFFFF},
-        {5000, "See you on Sunday", "", "", 0x80}};
-    const Expected* row = expected;
+    std::string slides;
     for (const mmskit::Slide slide : view->slides()) {
-        ASSERT_NE(row, std::end(expected));
-        SCOPED_TRACE(row->text);
-        EXPECT_EQ(slide.duration(), row->duration);
-        EXPECT_TRUE(mmskit::text(slide.text()->Data).starts_with(row->text));
-        EXPECT_EQ(slide.image() ? mmskit::text(slide.image()->Name) : "", row->image);
-        EXPECT_EQ(slide.audio() ? mmskit::text(slide.audio()->Name) : "", row->audio);
-        EXPECT_EQ(slide.background(), row->background);
-        EXPECT_FALSE(slide.video());
-        ++row;
+        slides += std::to_string(slide.duration()) + " " + std::to_string(*slide.background());
+        slides += " " + std::string(mmskit::text(slide.text()->Data).substr(0, 4));
+        if (slide.image()) slides += " " + std::string(mmskit::text(slide.image()->Name));
+        if (slide.audio()) slides += " " + std::string(mmskit::text(slide.audio()->Name));
+        slides += slide.video() ? " film; " : "; ";
     }
-    EXPECT_EQ(row, std::end(expected));
+    EXPECT_EQ(slides,
+              "8000 16774368 Gree sunset.jpg surf.mp3; 6000 65535 This boat.png; 5000 128 See ; ");
     ASSERT_EQ(view->attachments(), 1);
     const tPAR_Attachment attachment = *view->attachment(0);
     EXPECT_EQ(mmskit::text(attachment.Name), "zoe.vcf");

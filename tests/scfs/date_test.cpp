@@ -56,6 +56,10 @@ TEST(Julian, julian_date_skips_a_day) {
         Fields date = {1, 2, 3, 4, 5, 6, 7};
         ASSERT_EQ(GETJULIANDATE(day * 86400 + 45296, &date), static_cast<uint32_t>(week)) << day;
         ASSERT_EQ(show(date), skipped ? text : text + std::to_string(week)) << day;
+        if (skipped) continue;
+        const uint32_t ahead = date.iYear % 4 == 1 || date.iYear % 4 == 2 ? 1 : 0;
+        fnSCFS_TimeAdd(&date, day * 4321);
+        ASSERT_EQ(JULIANTOSECONDS(&date), (day + ahead) * 86400 + 45296 + day * 4321) << day;
     }
 }
 

@@ -85,12 +85,6 @@ TEST_F(Compose, show_tells_what_was_composed) {
     EXPECT_FALSE(message["headers"].contains("from")) << "the sender is hidden";
 }
 
-TEST_F(Compose, escapes_of_json_are_undone) {
-    write("m.json", R"({"to": "+1", "subject": "\u0041\u00e4\u20ac\ud83d\ude00\/\\\""})");
-    (void)run("compose m.json -o m.mms");
-    EXPECT_EQ(shown("m.mms")["headers"]["subject"], "Aä€😀/\\\"");
-}
-
 TEST_F(Compose, complaints_name_the_key) {
     const struct {
         std::string input;  // a document, or the command's arguments
@@ -195,6 +189,10 @@ TEST_F(Compose, subjects_are_cut_where_the_length_octet_ends) {
                   std::string::npos);
         EXPECT_LE(room, 127U);
     }
+    write("m.json", R"({"to": "+1", "cut_subject": true, "subject": "\u0041\ud83d\ude00\/\\\")" +
+                        std::string(130, 's') + "\"}");
+    EXPECT_EQ(run("compose m.json -o m.mms").code, 0);
+    EXPECT_EQ(shown("m.mms")["headers"]["subject"], "A😀/\\\"" + std::string(117, 's'));
 }
 
 TEST_F(Compose, forwarded_subjects_lose_what_was_added_first) {
@@ -212,13 +210,6 @@ TEST_F(Compose, forwarded_subjects_lose_what_was_added_first) {
         EXPECT_EQ(run("forward in.mms --to +2 --cut-subject -o out.mms").code, 0);
         EXPECT_EQ(shown("out.mms")["headers"]["subject"], sent);
     }
-}
-
-TEST_F(Compose, a_documents_subject_is_cut_when_the_document_says_so) {
-    write("m.json",
-          R"({"to": "+1", "cut_subject": true, "subject": ")" + std::string(130, 's') + "\"}");
-    EXPECT_EQ(run("compose m.json -o m.mms").code, 0);
-    EXPECT_EQ(shown("m.mms")["headers"]["subject"], std::string(125, 's'));
 }
 
 // A part is found on its slide by its name, of which the wire carries 49 bytes.
