@@ -96,7 +96,8 @@ TEST(Media, DrmClassIsInTheContentTypeLine) {
         {end + ct + oma + "rights+wbxml;x" + end, "2 "},
         {ct + x60 + ";" + end, "1 " + x60.substr(0, 49)},
         {std::string(120, 'y') + ct + "image/gif" + end, "0 "},
-        {std::string(100, 'y') + ct + "image/gif" + end, "1 image/gif"},
+        {std::string(104, 'y') + ct + "image/gif" + end, "1 image/gif"},  // 127 characters
+        {std::string(105, 'y') + ct + "image/gif" + end, "1 image/gi"},
         {ct + "image/gif\r", "0 "},
         {std::string(4090, 'y') + end + ct + "image/gif" + end, "0 "},
         {ct + oma + "content" + end, "0 "}};

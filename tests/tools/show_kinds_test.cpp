@@ -64,8 +64,8 @@ const struct Kind {
          "mms_version":"1.2"})"},
     {"m-forward-conf", "8C 8A 98 'T' 00 8D 92 92 99",
      R"({"response_status":"0x99","transaction_id":"T","mms_version":"1.2"})"},
-    {"m-mbox-descr", "8C 93 8B 'm' 00 A3 82 A4 02 80 'a' 00 A4 02 80 'b' 00 C9 81",
-     R"({"message_id":"m","mm_state":"new","mm_flags":["add: a","add: b"],
+    {"m-mbox-descr", "8C 93 8B 'm' 00 A3 82 A4 02 80 'a' 00 A4 02 80 'b' 00 B3 8A C9 81",
+     R"({"message_id":"m","limit":10,"mm_state":"new","mm_flags":["add: a","add: b"],
          "other":[{"code":"0xC9","value":"81"}]})",
      3},
     {"m-cancel-conf", "8C 97 98 'T' 00 8D 93 BF 80",
@@ -110,6 +110,7 @@ TEST_F(ShowKinds, every_kind_is_shown_with_readable_values) {
                              "X-Mms-Sender-Visibility  hide\n"})
         EXPECT_NE(text.out.find(line), std::string::npos) << text.out;
     EXPECT_NE(show(bytes(kinds[2].pdu)).out.find("Size     4096 bytes\n"), std::string::npos);
+    EXPECT_NE(show(bytes(kinds[10].pdu)).out.find("   10\n"), std::string::npos);
     const std::string unmarked = bytes("03 01 11 00 85 07 01");  // no public identifier
     EXPECT_EQ(show(unmarked, "--as sl").out.substr(0, 24), "service loading  7 bytes");
     EXPECT_EQ(show(unmarked, "--as mms").code, 2);

@@ -128,6 +128,13 @@ Attachments
               json::parse(R"({"width": 160, "height": 120, "background": "#0000ff"})"));
     EXPECT_EQ(told["slides"][0]["more"], json({{"image", 1}}));
     EXPECT_EQ(told["slides"][0]["text"]["text"], "one\r\ntwo \x1b[2J\n\nfour");
+    write("two.mms", multipart({part("application/smil" + zero,
+                                     "<smil><body><par><text src=\"a\"/><text src=\"b\"/></par>"
+                                     "</body></smil>"),
+                                part(located(utf8_text_type, "a"), "one"),
+                                part(located(utf8_text_type, "b"), "two")}));
+    EXPECT_EQ(json::parse(run("show --json --exact two.mms").out)["slides"][0]["more"],
+              json({{"text", 1}}));
 }
 
 TEST_F(Tool, hostile_bytes_never_reach_the_terminal_raw) {
@@ -198,6 +205,8 @@ TEST_F(Tool, extracted_names_are_safe) {
         {"link.jpg", "link-2.jpg"},
         {accents + ".jpg", accents.substr(0, 196) + ".jpg"},
         {accents + "x.jpg", accents.substr(0, 184) + "-2.jpg"},
+        {accents + ".15_letters_here", accents.substr(0, 184) + ".15_letters_here"},
+        {accents + ".16_letters_heree", accents.substr(0, 200)},
     };
     std::vector<std::string> parts;
     // Distinct data each: the same part is written once.
@@ -267,10 +276,10 @@ TEST_F(Tool, invisible_and_overlong_characters_in_names_are_shown) {
                                    0xFFF0,  0xFFFB,  0x1BCA0, 0x1BCA3, 0x1D173, 0x1D17A, 0xE0000,
                                    0xE00FF, 0xE01F0, 0xE0FFF};
     constexpr uint32_t beside[] = {
-        0xA0,    0xAC,    0xAE,    0x34E,   0x350,   0x61B,   0x61D,   0x115E,  0x1161, 0x17B3,
-        0x17B6,  0x180A,  0x1810,  0x200A,  0x200C,  0x200D,  0x2010,  0x2027,  0x202F, 0x205F,
-        0x2070,  0x3163,  0x3165,  0xFEFE,  0xFF00,  0xFF9F,  0xFFA1,  0xFFEF,  0xFFFC, 0x1BC9F,
-        0x1BCA4, 0x1D172, 0x1D17B, 0xDFFFF, 0xE0100, 0xE01EF, 0xE1000, 0x10FFFF};
+        0x7E,    0xA0,    0xAC,    0xAE,    0x34E,   0x350,   0x61B,   0x61D,   0x115E,  0x1161,
+        0x17B3,  0x17B6,  0x180A,  0x1810,  0x200A,  0x200C,  0x200D,  0x2010,  0x2027,  0x202F,
+        0x205F,  0x2070,  0x3163,  0x3165,  0xFEFE,  0xFF00,  0xFF9F,  0xFFA1,  0xFFEF,  0xFFFC,
+        0x1BC9F, 0x1BCA4, 0x1D172, 0x1D17B, 0xDFFFF, 0xE0100, 0xE01EF, 0xE1000, 0x10FFFF};
     char utf8[4], code[16];
     std::string hidden = "a", told = "a", seen;
     for (const uint32_t c : unseen) {
