@@ -36,12 +36,12 @@ uint32_t parse_byte(const std::string& word) {
 }
 
 // Nothing when the exact decoders take the message whole, or have nothing to do with its kind.
-std::optional<Flaw> exact_refusal(const tMMS_Anatomy& anatomy) {
-    if (anatomy.iMessage != MMS_MESSAGE_PDU && anatomy.iMessage != MMS_MESSAGE_BODY)
+std::optional<Flaw> exact_refusal(const AnatomyOwner& anatomy) {
+    if (anatomy->iMessage != MMS_MESSAGE_PDU && anatomy->iMessage != MMS_MESSAGE_BODY)
         return std::nullopt;
-    const uint8_t* begin = anatomy.pLayers[anatomy.iMessageLayer].pData + anatomy.iMessageOffset;
+    const uint8_t* begin = anatomy->pLayers[anatomy->iMessageLayer].pData + anatomy->iMessageOffset;
     try {
-        const OpenMessage exact({begin, begin + anatomy.iMessageLength}, Reading::exact);
+        const OpenMessage exact({begin, begin + anatomy->iMessageLength}, Reading::exact, anatomy);
         return exact.facts().body_flaw;
     } catch (const Flaw& flaw) {
         if (!flaw.offset) return std::nullopt;
@@ -57,8 +57,8 @@ bool colour_wanted() {
 int explain(const ExplainOptions& options) {
     ExplainStyle style;
     if (options.at) style.at = parse_byte(*options.at);
-    const std::vector<uint8_t> bytes = read_input(options.file);
-    const AnatomyOwner anatomy = dissect(bytes);
+    std::vector<uint8_t> bytes = read_input(options.file);
+    AnatomyOwner anatomy = dissect(bytes);
     const std::string name = visible(input_name(options.file));
     if (style.at && *style.at >= bytes.size())
         throw Failure(name + ": it has " + size_text(bytes.size()) + ", the first is byte 0");
@@ -66,12 +66,12 @@ int explain(const ExplainOptions& options) {
         write_output(explain_json(*anatomy, style.at));
     } else {
         style.colour = colour_wanted();
-        style.refusal = exact_refusal(*anatomy);
+        style.refusal = exact_refusal(anatomy);
         write_output(explain_text(*anatomy, style));
     }
     if (anatomy->iMessage == MMS_MESSAGE_NONE) throw Failure(name + ": " + no_message(*anatomy));
     try {
-        const OpenMessage message(bytes);
+        const OpenMessage message(std::move(bytes), Reading::tolerant, std::move(anatomy));
         return exit_status(message.facts());
     } catch (const Flaw& flaw) {  // a push document that does not decode
         throw Failure(name + ": " + describe(flaw));

@@ -5,6 +5,16 @@
 #include "ground/safe_text.h"
 
 namespace mmskit_tool {
+namespace {
+
+// Most strings are printable ASCII in which nothing is escaped.
+bool stands_for_itself(std::string_view text) {
+    for (const char c : text)
+        if (c < ' ' || c >= 0x7F || c == '"' || c == '\\') return false;
+    return true;
+}
+
+}  // namespace
 
 JsonWriter& JsonWriter::open(char bracket) {
     begin_value();
@@ -31,7 +41,10 @@ JsonWriter& JsonWriter::key(std::string_view name) {
 
 JsonWriter& JsonWriter::text(std::string_view value) {
     begin_value();
-    quote(json_text(value));
+    if (stands_for_itself(value))
+        quote(value);
+    else
+        quote(json_text(value));
     return *this;
 }
 
@@ -63,6 +76,12 @@ void JsonWriter::begin_line() {
 
 // RFC 8259, 7.
 void JsonWriter::quote(std::string_view value) {
+    if (stands_for_itself(value)) {
+        out_ += '"';
+        out_ += value;
+        out_ += '"';
+        return;
+    }
     constexpr std::string_view escaped = "\"\\\b\f\n\r\t";
     constexpr std::string_view letters = "\"\\bfnrt";
     std::string text;

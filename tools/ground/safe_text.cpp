@@ -39,6 +39,14 @@ Scalar scalar_at(std::string_view text, std::size_t at) {
     return {value, text.substr(at, length), true};
 }
 
+// Bytes from the start of the text that stand for themselves on a terminal: printable ASCII.
+std::size_t plain_size(std::string_view text) {
+    std::size_t size = 0;
+    while (size < text.size() && text[size] >= ' ' && text[size] < 0x7F)
+        ++size;
+    return size;
+}
+
 template <typename Each>
 void for_each_scalar(std::string_view text, Each each) {
     for (std::size_t at = 0; at < text.size();) {
@@ -118,8 +126,9 @@ void cut_at_character(std::string& text, std::size_t limit) {
 namespace {
 
 std::string escaped_where(std::string_view text, bool (*escapes)(char32_t)) {
-    std::string out;
-    out.reserve(text.size());
+    const std::size_t plain = plain_size(text);
+    std::string out(text.substr(0, plain));
+    text.remove_prefix(plain);
     for_each_scalar(text, [&](const Scalar& scalar) {
         if (!scalar.valid || scalar.value < 0x20 || scalar.value == 0x7F) {
             append_formatted(out, "\\x%02x", scalar.value);
@@ -149,6 +158,7 @@ bool is_utf8(std::string_view text) {
 }
 
 std::string json_text(std::string_view text) {
+    if (plain_size(text) == text.size()) return std::string(text);
     bool all_valid = true;
     std::string escaped;
     for_each_scalar(text, [&](const Scalar& scalar) {
@@ -165,9 +175,9 @@ std::string json_text(std::string_view text) {
 }
 
 std::string json_for_terminal(const std::string& document) {
-    std::string out;
-    out.reserve(document.size() + 1);
-    for_each_scalar(document, [&](const Scalar& scalar) {
+    const std::size_t plain = plain_size(document);
+    std::string out(document, 0, plain);
+    for_each_scalar(std::string_view(document).substr(plain), [&](const Scalar& scalar) {
         if (scalar.value < 0x7F || !is_unsafe(scalar.value)) {
             out += scalar.bytes;
         } else if (scalar.value > 0xFFFF) {  // a surrogate pair

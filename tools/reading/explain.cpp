@@ -3,8 +3,7 @@
 #include "reading/explain.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <string_view>
 #include <vector>
 
 #include "ground/safe_text.h"
@@ -16,6 +15,7 @@ namespace {
 
 constexpr std::size_t shown_bytes = 8;
 constexpr std::size_t shown_value = 120;  // bytes of a value
+constexpr std::size_t number_width = 6;
 constexpr std::size_t bytes_width = 3 * shown_bytes + 2;
 
 // What a terminal makes of them: ECMA-48 8.3.117.
@@ -56,9 +56,9 @@ class Explanation {
     void begin_layer(uint32_t layer) {
         layer_ = layer;
         const tMMS_Layer& it = anatomy_.pLayers[layer];
-        out_ += painted(dim, "-- layer " + std::to_string(layer) + ": " + visible(it.pName) + ", " +
-                                 size_text(it.iLength) + " --") +
-                '\n';
+        paint(dim, "-- layer " + std::to_string(layer) + ": " + visible(it.pName) + ", " +
+                       size_text(it.iLength) + " --");
+        out_ += '\n';
     }
 
     // The exact decoder stopped at this leaf, or at this header before its value.
@@ -71,20 +71,34 @@ class Explanation {
 
     void add_refusal() {
         told_ = true;
-        out_ += painted(red, "       the exact decoder stops here, at byte " +
-                                 std::to_string(style_.refusal->offset.value_or(0)) +
-                                 " of the message: " + style_.refusal->reason) +
-                '\n';
+        paint(red, "       the exact decoder stops here, at byte " +
+                       std::to_string(style_.refusal->offset.value_or(0)) +
+                       " of the message: " + style_.refusal->reason);
+        out_ += '\n';
     }
 
     void add_node(const tMMS_Node& node, bool leaf) {
-        std::array<char, 16> offset{};
-        (void)std::snprintf(offset.data(), offset.size(), "%6u  ", node.iOffset);
-        out_ += painted(dim, offset.data() + (leaf ? hex(node) : length_of(node)));
+        const std::string number = std::to_string(node.iOffset);
+        std::string place(number_width - std::min(number.size(), number_width), ' ');
+        place += number;
+        place += "  ";
+        const std::size_t begin = place.size();
+        if (leaf)
+            append_hex(place, node);
+        else
+            place += size_text(node.iLength);
+        place.resize(std::max(begin + bytes_width, place.size()), ' ');
+        paint(dim, place);
         out_.append(2 * std::size_t{node.iDepth}, ' ');
-        out_ += painted(bold, visible(node.pName));
-        if (const std::string value = value_of(node); !value.empty()) out_ += "  " + value;
-        if (node.pFlaw != nullptr) out_ += "  " + painted(red, "! " + visible(node.pFlaw));
+        paint(bold, visible(node.pName));
+        if (const std::string value = value_of(node); !value.empty()) {
+            out_ += "  ";
+            out_ += value;
+        }
+        if (node.pFlaw != nullptr) {
+            out_ += "  ";
+            paint(red, "! " + visible(node.pFlaw));
+        }
         out_ += '\n';
     }
 
@@ -98,36 +112,28 @@ class Explanation {
         return shortened(node.pValue);
     }
 
-    static std::string shortened(std::string text) {
-        if (text.size() > shown_value) {
-            cut_at_character(text, shown_value);
-            text += "...";
-        }
-        return visible(text);
+    static std::string shortened(std::string_view text) {
+        if (text.size() <= shown_value) return visible(text);
+        std::string cut(text);
+        cut_at_character(cut, shown_value);
+        return visible(cut + "...");
     }
 
-    [[nodiscard]] std::string hex(const tMMS_Node& node) const {
-        const tMMS_Layer& layer = anatomy_.pLayers[node.iLayer];
-        std::string text;
+    void append_hex(std::string& out, const tMMS_Node& node) const {
+        constexpr std::string_view digits = "0123456789ABCDEF";
+        const uint8_t* const bytes = anatomy_.pLayers[node.iLayer].pData + node.iOffset;
         for (std::size_t i = 0; i < std::min<std::size_t>(node.iLength, shown_bytes); ++i) {
-            std::array<char, 4> digits{};
-            (void)std::snprintf(digits.data(), digits.size(), "%02X ",
-                                layer.pData[node.iOffset + i]);
-            text += digits.data();
+            if (i != 0) out += ' ';
+            out += digits[bytes[i] >> 4U];
+            out += digits[bytes[i] & 15U];
         }
-        if (node.iLength > shown_bytes) text.replace(text.size() - 1, 1, "..");
-        text.resize(bytes_width, ' ');
-        return text;
+        if (node.iLength > shown_bytes) out += "..";
     }
 
-    [[nodiscard]] static std::string length_of(const tMMS_Node& node) {
-        std::string text = size_text(node.iLength);
-        text.resize(std::max(bytes_width, text.size()), ' ');
-        return text;
-    }
-
-    [[nodiscard]] std::string painted(const char* colour, const std::string& text) const {
-        return style_.colour ? colour + text + upright : text;
+    void paint(const char* colour, std::string_view text) {
+        if (style_.colour) out_ += colour;
+        out_ += text;
+        if (style_.colour) out_ += upright;
     }
 
     const tMMS_Anatomy& anatomy_;

@@ -60,9 +60,9 @@ void attach_all(MessageFacts& facts) {
 }  // namespace
 
 AnatomyOwner dissect(std::span<const uint8_t> bytes) {
-    AnatomyOwner anatomy(fnMMS_Dissect(bytes.data(), static_cast<uint32_t>(bytes.size())));
+    tMMS_Anatomy* anatomy = fnMMS_Dissect(bytes.data(), static_cast<uint32_t>(bytes.size()));
     if (anatomy == nullptr) throw std::bad_alloc();
-    return anatomy;
+    return {anatomy, fnMMS_FreeAnatomy};
 }
 
 std::string no_message(const tMMS_Anatomy& anatomy) {
@@ -75,10 +75,11 @@ void OpenMessage::RecordRelease::operator()(tMMS_RetrieveConf* record) const {
     fnMMS_FreeMessageMem(record, retrieved_record);
 }
 
-OpenMessage::OpenMessage(std::vector<uint8_t> bytes, Reading reading) : bytes_(std::move(bytes)) {
+OpenMessage::OpenMessage(std::vector<uint8_t> bytes, Reading reading, AnatomyOwner anatomy)
+    : bytes_(std::move(bytes)), anatomy_(std::move(anatomy)) {
     facts_.size = bytes_.size();
     if (bytes_.empty()) throw Flaw{"the file is empty", std::nullopt};
-    anatomy_ = dissect(bytes_);
+    if (anatomy_ == nullptr) anatomy_ = dissect(bytes_);
     reading == Reading::exact ? open_exact() : open_tolerant();
     bound_repeated_names(facts_);
 }
@@ -123,7 +124,7 @@ void OpenMessage::lay_out_mended() {
     if (mended_->pData == nullptr || mended_->iBody >= mended_->iLength) return attach_all(facts_);
     const std::span<const uint8_t> body(mended_->pData + mended_->iBody,
                                         mended_->iLength - mended_->iBody);
-    const TextProbe texts(*mended_, facts_);
+    TextProbe texts(*mended_, facts_);
     if (lay_out(body)) return name_shown_parts(*mended_, texts, facts_);
     const Flaw flaw = last_flaw(0);
     facts_.notes.push_back({NoteKind::lost, 0, 0, 0, "the slides: " + flaw.reason});

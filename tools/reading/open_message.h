@@ -18,10 +18,7 @@ namespace mmskit_tool {
 // `exact`: what the exact decoders alone make of the bytes.
 enum class Reading { tolerant, exact };
 
-struct AnatomyRelease {
-    void operator()(tMMS_Anatomy* anatomy) const { fnMMS_FreeAnatomy(anatomy); }
-};
-using AnatomyOwner = std::unique_ptr<tMMS_Anatomy, AnatomyRelease>;
+using AnatomyOwner = std::shared_ptr<const tMMS_Anatomy>;
 
 // Of the bytes, which are borrowed.
 AnatomyOwner dissect(std::span<const uint8_t> bytes);
@@ -32,8 +29,10 @@ std::string no_message(const tMMS_Anatomy& anatomy);
 // The bytes of one file, decoded. Holds the library's one slide view: one at a time.
 class OpenMessage {
   public:
-    // Throws a Flaw when nothing of the bytes can be shown.
-    explicit OpenMessage(std::vector<uint8_t> bytes, Reading reading = Reading::tolerant);
+    // Throws a Flaw when nothing of the bytes can be shown. They are taken apart, unless that was
+    // done already: what is moved in stays where it is.
+    explicit OpenMessage(std::vector<uint8_t> bytes, Reading reading = Reading::tolerant,
+                         AnatomyOwner anatomy = nullptr);
     ~OpenMessage();
     OpenMessage(const OpenMessage&) = delete;
     OpenMessage& operator=(const OpenMessage&) = delete;

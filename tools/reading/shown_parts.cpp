@@ -1,5 +1,5 @@
-// Media are found by where their bytes lie in the mended message; texts by a second message that
-// differs in nothing but the letters of its texts.
+// Media are found by where their bytes lie in the mended message; texts of a presentation by a
+// second message that differs in nothing but the letters of its texts.
 #include "reading/shown_parts.h"
 
 #include <mmskit/presentation.h>
@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "reading/render.h"
 #include "reading/slide_view.h"
@@ -27,6 +28,8 @@ std::size_t byte_order_mark(std::span<const uint8_t> data) {
 // A mark is the part's number in letters, as long as the text, and known by its beginning.
 constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr std::size_t longest_mark = 12;
+
+constexpr std::string_view text_type = "text/plain";
 
 // Fills the data and returns the mark. UTF-16 has a byte order mark here, or it would not be
 // exact.
@@ -104,27 +107,48 @@ void become_part(Fact& fact, const MendedParts& parts, const MessageFacts& facts
 
 }  // namespace
 
+// The slide view ends a text at its first zero octet.
+std::string_view TextProbe::shown_text(std::size_t part) const {
+    const std::string_view text = text_of(facts_.parts[part].data);
+    return text.substr(0, text.find('\0'));
+}
+
 TextProbe::TextProbe(const tMMS_Mended& mended, const MessageFacts& facts) : facts_(facts) {
-    bool alike = false;
-    std::size_t presentation = 0;
-    for (std::size_t i = 0; i < facts.parts.size(); ++i) {
-        const PartFact& part = facts.parts[i];
-        if (part.laid_out) presentation = part.data.size();
-        if (part.presentation) continue;
-        // The slide view ends a text at its first zero octet.
-        const std::string_view text = text_of(part.data);
-        alike = !texts_.try_emplace(text.substr(0, text.find('\0')), i).second || alike;
+    const auto laid_out = std::find_if(facts.parts.begin(), facts.parts.end(),
+                                       [](const PartFact& part) { return part.laid_out; });
+    if (laid_out != facts.parts.end())
+        lay_out_marked(mended, laid_out->data.size());
+    else
+        queue_texts(mended);
+}
+
+// Without a presentation each text is shown once, in the order of the message.
+void TextProbe::queue_texts(const tMMS_Mended& mended) {
+    texts_.reserve(mended.iParts);
+    next_alike_.assign(facts_.parts.size(), no_part);
+    for (uint32_t i = mended.iParts; i-- > 0;) {
+        const std::size_t part = mended.pParts[i].iPart;
+        if (part >= facts_.parts.size() || text_type != facts_.parts[part].type) continue;
+        const auto [first, added] = texts_.try_emplace(shown_text(part), part);
+        if (!added) next_alike_[part] = std::exchange(first->second, part);
     }
+}
+
+void TextProbe::lay_out_marked(const tMMS_Mended& mended, std::size_t presentation) {
+    bool alike = false;
+    for (std::size_t i = 0; i < facts_.parts.size(); ++i)
+        if (!facts_.parts[i].presentation)
+            alike = !texts_.try_emplace(shown_text(i), i).second || alike;
     // Laying out costs parts times references, so what is hostile is not laid out twice: of its
     // texts that are alike the first counts.
     constexpr std::size_t most_work = std::size_t{1} << 20;
     constexpr std::size_t bytes_of_a_reference = 32;
-    if (!alike || facts.parts.size() * (presentation / bytes_of_a_reference + 1) > most_work)
+    if (!alike || facts_.parts.size() * (presentation / bytes_of_a_reference + 1) > most_work)
         return;
     std::vector<uint8_t> message(mended.pData, mended.pData + mended.iLength);
     for (uint32_t i = 0; i < mended.iParts; ++i) {
         const tMMS_MendedPart& part = mended.pParts[i];
-        if (part.iPart >= facts.parts.size() || !may_change(facts.parts[part.iPart])) continue;
+        if (part.iPart >= facts_.parts.size() || !may_change(facts_.parts[part.iPart])) continue;
         const auto data = std::span(message).subspan(part.iOffset, part.iLength);
         if (data.size() > byte_order_mark(data)) marks_.emplace(write_mark(data, i), part.iPart);
     }
@@ -134,11 +158,16 @@ TextProbe::TextProbe(const tMMS_Mended& mended, const MessageFacts& facts) : fac
     (void)fnPAR_SmilFree();
 }
 
-std::size_t TextProbe::part_of(std::size_t slide, std::size_t number, const char* shown) const {
+std::size_t TextProbe::part_of(std::size_t slide, std::size_t number, const char* shown) {
     const std::string_view text(shown != nullptr ? shown : "");
     // An empty text has no mark, and one in a character set that letters do not fit shows none.
     const auto same = texts_.find(text);
     const std::size_t by_text = same != texts_.end() ? same->second : no_part;
+    if (!next_alike_.empty()) {
+        if (by_text != no_part && next_alike_[by_text] != no_part)
+            same->second = next_alike_[by_text];
+        return by_text;
+    }
     if (slide >= slides_.size() || number >= slides_[slide].size()) return by_text;
     const auto [first, end] = marks_.equal_range(slides_[slide][number].substr(0, longest_mark));
     if (first == end) return by_text;
@@ -176,7 +205,7 @@ void bound_repeated_names(MessageFacts& facts) {
                                    " bytes: told with their parts alone"});
 }
 
-void name_shown_parts(const tMMS_Mended& mended, const TextProbe& texts, MessageFacts& facts) {
+void name_shown_parts(const tMMS_Mended& mended, TextProbe& texts, MessageFacts& facts) {
     const MendedParts parts(mended);
     for (std::size_t i = 0; i < facts.slides.size(); ++i) {
         SlideFact& slide = facts.slides[i];
