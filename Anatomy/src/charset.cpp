@@ -40,12 +40,11 @@ std::size_t valid_size(std::string_view text) {
     const auto octet = [&](std::size_t i) {
         return i < text.size() ? static_cast<uint8_t>(text[i]) : 0U;
     };
-    while (at < text.size()) {
-        const uint32_t lead = octet(at);
-        if (lead < 0x80) {
+    for (;;) {
+        while (at < text.size() && static_cast<uint8_t>(text[at]) < 0x80)
             ++at;
-            continue;
-        }
+        if (at == text.size()) return at;
+        const uint32_t lead = octet(at);
         const uint32_t more = lead < 0xC2   ? 0
                               : lead < 0xE0 ? 1
                               : lead < 0xF0 ? 2
@@ -59,7 +58,6 @@ std::size_t valid_size(std::string_view text) {
             if ((octet(at + i) & 0xC0U) != 0x80) return at;
         at += more + 1;
     }
-    return at;
 }
 
 // The rest after the valid part is the beginning of a character, and the part before it has others
@@ -207,7 +205,7 @@ void guess(Bytes bytes, Text& text) {
     const std::size_t valid = valid_size(raw);
     text.damaged = cut_utf8(raw, valid);
     const bool utf8 = valid == raw.size() || text.damaged;
-    text.used = charset_name(utf8 ? mib_utf_8 : mib_windows_1252);
+    text.used = utf8 ? utf8_name : "windows-1252";
     text.utf8 = utf8 ? std::string(raw.substr(0, valid)) : from_single_octets(bytes, true);
 }
 

@@ -14,6 +14,8 @@ namespace mmskit_anatomy {
 inline constexpr uint32_t mib_us_ascii = 3, mib_iso_8859_1 = 4, mib_utf_8 = 106, mib_ucs2 = 1000,
                           mib_utf_16be = 1013, mib_utf_16le = 1014, mib_utf_16 = 1015;
 
+inline constexpr std::string_view utf8_name = "utf-8";
+
 // A character of UTF-16, UCS-2, UTF-32 or UCS-4 has two octets or four, among them NUL.
 constexpr bool is_wide(uint32_t mib) {
     return mib == mib_ucs2 || mib == 1001 || (mib >= mib_utf_16be && mib <= mib_utf_16) ||

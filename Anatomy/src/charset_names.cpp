@@ -108,9 +108,15 @@ constexpr CharsetRow rows[] = {
 };
 // clang-format on
 
-constexpr bool lower_mib(const CharsetRow& a, const CharsetRow& b) {
-    return a.mib < b.mib;
-}
+// The row of each number, and behind the last row for a number without one.
+constexpr auto row_by_mib = [] {
+    std::array<uint8_t, std::end(rows)[-1].mib + 1> all{};
+    static_assert(std::size(rows) < UINT8_MAX);
+    all.fill(std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i)
+        all.at(rows[i].mib) = static_cast<uint8_t>(i);
+    return all;
+}();
 
 // All names by their letters, so that a message whose every word names a set costs its length.
 struct NamedCharset {
@@ -180,10 +186,8 @@ uint32_t number_by_name(std::string_view name) {
 }  // namespace
 
 const CharsetRow* charset_row(uint32_t mib) {
-    static_assert(std::is_sorted(std::begin(rows), std::end(rows), lower_mib));
-    const CharsetRow* const row =
-        std::lower_bound(std::begin(rows), std::end(rows), CharsetRow{mib, {}, {}, {}}, lower_mib);
-    return row != std::end(rows) && row->mib == mib ? row : nullptr;
+    if (mib >= row_by_mib.size() || row_by_mib[mib] == std::size(rows)) return nullptr;
+    return &rows[row_by_mib[mib]];
 }
 
 std::string_view charset_name(uint32_t mib) {

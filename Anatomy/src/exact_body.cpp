@@ -12,8 +12,8 @@ namespace {
 
 using mmskit::BoundedReader;
 
-std::string quoted_text(BoundedReader& in) {
-    return std::string(without_quote(view_of(in.text())));
+std::string_view quoted_text(BoundedReader& in) {
+    return without_quote(view_of(in.text()));
 }
 
 void read_media_type(BoundedReader& in, ExactBodyPart& part) {

@@ -144,7 +144,7 @@ class Decoder {
             case from:
                 return read_from();
             case address:
-                return set_text(exact_address(without_quote(view_of(in_.text()))));
+                return set_text(std::string(exact_address(without_quote(view_of(in_.text())))));
             case address_list:
                 out_.values.join(code_, exact_address(without_quote(view_of(in_.text()))));
                 return Step::next;
@@ -202,7 +202,7 @@ class Decoder {
             in_.skip(length > 1 ? length - 1 : 0);
             return Step::next;
         }
-        return set_text(exact_address(without_quote(view_of(in_.text()))));
+        return set_text(std::string(exact_address(without_quote(view_of(in_.text())))));
     }
 
     const ExactSyntax& syntax_;
@@ -227,23 +227,22 @@ const ExactSyntax* exact_syntax(uint32_t message_type) {
     return nullptr;
 }
 
-ExactValue& ExactValues::at(uint8_t code) {
-    const auto place =
-        std::lower_bound(values_.begin(), values_.end(), code,
-                         [](const ExactValue& v, uint8_t wanted) { return v.code < wanted; });
-    if (place != values_.end() && place->code == code) return *place;
-    return *values_.insert(place, {code, {}, 0, 0});
+std::pair<ExactValue&, bool> ExactValues::at(uint8_t code) {
+    auto place = values_.begin();
+    while (place != values_.end() && place->code < code)
+        ++place;
+    if (place != values_.end() && place->code == code) return {*place, false};
+    return {*values_.insert(place, {code, {}, 0, 0}), true};
 }
 
 void ExactValues::set(ExactValue value) {
-    at(value.code) = std::move(value);
+    at(value.code).first = std::move(value);
 }
 
 void ExactValues::join(uint8_t code, std::string_view address) {
-    const bool first = find(code) == nullptr;
-    std::string& list = at(code).text;
-    if (!first) list += ';';
-    list += address;
+    const auto [list, added] = at(code);
+    if (!added) list.text += ';';
+    list.text += address;
 }
 
 const ExactValue* ExactValues::find(uint8_t code) const {
@@ -262,9 +261,10 @@ ExactHeaders exact_headers(const ExactSyntax& syntax, Bytes pdu) {
     return Decoder(syntax, pdu).read();
 }
 
-std::string exact_address(std::string_view address) {
-    if (address.find('@') == std::string_view::npos) address = address.substr(0, address.find('/'));
-    return std::string(address);
+std::string_view exact_address(std::string_view address) {
+    const std::size_t slash = address.find('/');
+    const bool typed = slash != address.npos && address.find('@') == address.npos;
+    return typed ? address.substr(0, slash) : address;
 }
 
 }  // namespace mmskit_anatomy

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Anatomy/src/tree.h"
@@ -82,7 +83,8 @@ class ExactValues {
     bool operator==(const ExactValues&) const = default;
 
   private:
-    ExactValue& at(uint8_t code);
+    // And whether it is new.
+    std::pair<ExactValue&, bool> at(uint8_t code);
     std::vector<ExactValue> values_;
 };
 
@@ -94,7 +96,7 @@ struct ExactHeaders {
 ExactHeaders exact_headers(const ExactSyntax& syntax, Bytes pdu);
 
 // What the decoders keep of an address.
-std::string exact_address(std::string_view address);
+std::string_view exact_address(std::string_view address);
 
 // ---- Body -------------------------------------------------------------------------------------
 

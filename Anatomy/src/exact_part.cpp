@@ -6,9 +6,9 @@
 namespace mmskit_anatomy {
 namespace {
 
-std::string exact_text(Cursor& cursor) {
+std::string_view exact_text(Cursor& cursor) {
     bool ended = false;
-    return std::string(without_quote(cursor.text(ended)));
+    return without_quote(cursor.text(ended));
 }
 
 bool read_parameter(Cursor& in, ExactPart& part) {

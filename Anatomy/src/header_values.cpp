@@ -39,7 +39,7 @@ void take_address(Cursor& cursor, Value& value) {
     const Cursor start = cursor;
     take_encoded(cursor, value);
     value.form = MMS_VALUE_ADDRESS;
-    value.text = without_type(value.text);
+    value.text.resize(without_type(value.text).size());
     if (start.peek() <= length_quote && start.peek() != 0) {
         value.exact = false;
         if (value.flaw.empty()) value.flaw = "an address with a character set";

@@ -84,7 +84,7 @@ void want(ExactValues& values, const Header& header, const ExactField& to) {
     switch (to.reads) {
         case Reads::from:
         case Reads::address:
-            return values.set({code, exact_address(field.pValue), 0, 0});
+            return values.set({code, std::string(exact_address(field.pValue)), 0, 0});
         case Reads::raw_text:
             return values.set({code, std::string(without_lead(field.pValue)), 0, 0});
         case Reads::address_list:

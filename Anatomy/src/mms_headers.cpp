@@ -44,13 +44,22 @@ class PduWalker {
         if (first < 0x80) return first > 0x20 ? read_textual() : pass_junk();
         cursor_.skip(1);
         const Field* const field = find_field(first);
+        if (field != nullptr && field->kind == ValueKind::body) return read_body();
+        const bool type = field != nullptr && field->kind == ValueKind::type;
+        if (!type && tree_.full() && tree_.header_list.size() >= most_headers)
+            return pass_header(first);
         if (field == nullptr) return read_unknown(first);
-        if (field->kind == ValueKind::body) return read_body();
         if (cursor_.done()) return add_cut(*field);
         const uint32_t value_at = cursor_.at;
         Value value;
         read_value(cursor_, value, *field);
         add(*field, field->name, value, value_at, false);
+    }
+
+    // Of headers beyond what is shown and listed it counts that they are there.
+    void pass_header(uint8_t code) {
+        if (skip_value(cursor_)) seen_.set(code);
+        tree_.add(MMS_NODE_HEADER, cursor_.since(start_), depth_, {});
     }
 
     void add_cut(const Field& field) {
@@ -74,7 +83,8 @@ class PduWalker {
         const Place whole = cursor_.since(start_);
         const uint32_t node = tree_.add(MMS_NODE_HEADER, whole, depth_,
                                         name.empty() ? hex_octet(code) : name, value.text, code);
-        tell_flaw(node, name.empty() ? "header " + hex_octet(code) : std::string(name), value);
+        if (has_flaw(value))
+            tell_flaw(node, name.empty() ? "header " + hex_octet(code) : std::string(name), value);
         if (tree_.header_list.size() >= most_headers) {
             if (!too_many_) tree_.note(MMS_FLAW_LOST, whole, "too many headers");
             too_many_ = true;
@@ -95,6 +105,10 @@ class PduWalker {
         return node;
     }
 
+    static bool has_flaw(const Value& value) {
+        return value.cut || value.unknown || (!value.flaw.empty() && !value.exact);
+    }
+
     void tell_flaw(uint32_t node, const std::string& name, const Value& value) {
         if (value.cut && value.declared > value.present) {
             tree_.flaw(node, MMS_FLAW_LOST,
@@ -104,7 +118,7 @@ class PduWalker {
             tree_.flaw(node, MMS_FLAW_LOST, name + ": its end is missing");
         } else if (value.unknown) {
             tree_.flaw(node, MMS_FLAW_UNKNOWN, name + ": a value of another form");
-        } else if (!value.flaw.empty() && !value.exact) {
+        } else {
             tree_.flaw(node, MMS_FLAW_REPAIRED, name + ": " + value.flaw);
         }
     }

@@ -163,29 +163,35 @@ const Parameter* find_parameter(uint8_t code) {
     return nullptr;
 }
 
-// The value of a parameter; how it reads goes into `shown`.
-void read_coded(Cursor& in, uint8_t code, ContentType& type, std::string& shown) {
+std::string parameter_name(uint8_t code) {
+    const Parameter* const parameter = find_parameter(code);
+    return parameter != nullptr ? parameter->name : "parameter " + hex_octet(code);
+}
+
+// The value of a parameter; how it reads goes into `shown`, unless that is null.
+void read_coded(Cursor& in, uint8_t code, ContentType& type, std::string* shown) {
     const Parameter* const parameter = find_parameter(code);
     const uint32_t start = in.at;
     if (code == charset_parameter && (in.peek() >= 0x80 || in.peek() <= longest_short_length)) {
         const auto number = in.integer();
         set_charset(type, number ? number->value : 0);
-        shown = type.charset_name;
+        if (shown != nullptr) *shown = type.charset_name;
         return;
     }
     if (code == type_parameter && in.peek() >= 0x80) {
-        shown = type.start_type = well_known_type(in.octet() & 0x7FU);
+        type.start_type = well_known_type(in.octet() & 0x7FU);
+        if (shown != nullptr) *shown = type.start_type;
         return;
     }
     if (parameter != nullptr && parameter->set != nullptr && in.peek() > length_quote) {
         bool ended = false;  // a text that begins with other letters than Latin ones, too
         const std::string_view text = in.text(ended);
         type.cut = type.cut || !ended;
-        shown = readable(text);
+        if (shown != nullptr) *shown = readable(text);
         return parameter->set(type, text);
     }
     (void)skip_value(in);
-    shown = hex_of(in.bytes(start, in.at));
+    if (shown != nullptr) *shown = hex_of(in.bytes(start, in.at));
 }
 
 // A name and a value, both text or the value an integer (WAP-230 8.4.2.4: Untyped-parameter).
@@ -228,12 +234,11 @@ void read_parameters(Tree& tree, Cursor& in, uint32_t depth, ContentType& type) 
         std::string shown;
         if (code >= 0x80) {
             in.skip(1);
-            const Parameter* const parameter = find_parameter(code);
-            name = parameter != nullptr ? parameter->name : "parameter " + hex_octet(code);
+            if (!tree.full()) name = parameter_name(code);
             if (in.done())
                 type.cut = true;
             else
-                read_coded(in, code, type, shown);
+                read_coded(in, code, type, tree.full() ? nullptr : &shown);
         } else if (code > length_quote) {
             read_untyped(in, type, name, shown);
         } else {
@@ -302,7 +307,7 @@ std::string read_disposition(Cursor& cursor, PartHeaders& headers) {
             std::string value;
             if (code >= 0x80) {
                 in.skip(1);
-                read_coded(in, code, found, value);
+                read_coded(in, code, found, nullptr);
             } else if (code > length_quote) {
                 read_untyped(in, found, name, value);
             } else {

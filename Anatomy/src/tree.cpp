@@ -85,7 +85,7 @@ bool Tree::add_layer(const char* name, std::vector<uint8_t> bytes, const Place& 
 
 uint32_t Tree::add(uint8_t kind, const Place& place, uint32_t depth, std::string_view name,
                    std::string_view value, uint32_t code) {
-    if (nodes.size() >= most_nodes) {
+    if (full()) {
         if (!too_many_) note(MMS_FLAW_LOST, place, "too many pieces: the rest is not shown");
         too_many_ = true;
         tMMS_Node& last = nodes.back();

@@ -129,6 +129,8 @@ struct Tree : tMMS_Anatomy {
     // Appends a node and returns its index. Beyond the limit the last node grows instead.
     uint32_t add(uint8_t kind, const Place& place, uint32_t depth, std::string_view name,
                  std::string_view value = {}, uint32_t code = 0);
+    // No node can be added: nothing more is shown.
+    [[nodiscard]] bool full() const { return nodes.size() >= most_nodes; }
     // Marks a node, and adds the note that says the same. The first mark of a node stays.
     void flaw(uint32_t node, uint8_t flaw, std::string_view text);
     void note(uint8_t flaw, const Place& place, std::string_view text);

@@ -92,18 +92,18 @@ void take(const Cursor& cursor, const Reading& reading, uint32_t end, EncodedTex
     if (!raw.empty() && raw[0] == quote_octet) raw = raw.subspan(1);
     out.charset = reading.charset;
     out.has_charset = true;
-    const Text text = to_utf8(raw, reading.charset);
-    out.utf8 = text.utf8;
+    Text text = to_utf8(raw, reading.charset);
+    out.utf8 = std::move(text.utf8);
     while (!out.utf8.empty() && out.utf8.back() == '\0')
         out.utf8.pop_back();
-    const std::string_view name = charset_name(reading.charset);
     if (!text.as_declared) {
+        const std::string_view name = charset_name(reading.charset);
         out.flaw = reading.charset == 0 ? "no character set"
                    : name.empty()       ? "character set " + std::to_string(reading.charset)
                                         : "declared " + std::string(name);
         out.flaw += ", read as " + std::string(text.used);
     } else {
-        out.flaw = "in " + std::string(text.used);
+        (out.flaw = "in ") += text.used;
         if (text.damaged) out.flaw += ", damaged";
     }
 }
@@ -182,9 +182,9 @@ EncodedText read_encoded_text(Cursor& cursor) {
         bool ended = false;
         const std::string_view raw = without_quote(cursor.text(ended));
         out.cut = !ended;
-        const Text text = to_utf8(bytes_of(raw), 0);
-        out.utf8 = text.utf8;
-        if (text.used != charset_name(mib_utf_8)) out.flaw = "read as " + std::string(text.used);
+        Text text = to_utf8(bytes_of(raw), 0);
+        out.utf8 = std::move(text.utf8);
+        if (text.used != utf8_name) out.flaw = "read as " + std::string(text.used);
     }
     if (decode_words(out.utf8)) out.flaw = "encoded words";
     out.exact = exact.read && exact.end == cursor.at && exact.text == out.utf8;
@@ -192,9 +192,12 @@ EncodedText read_encoded_text(Cursor& cursor) {
 }
 
 std::string_view trimmed(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(" \t\r\n");
-    if (begin == std::string_view::npos) return {};
-    return text.substr(begin, text.find_last_not_of(" \t\r\n") - begin + 1);
+    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+    while (!text.empty() && blank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && blank(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 std::string_view unquoted(std::string_view text) {
@@ -207,6 +210,7 @@ std::string_view unquoted(std::string_view text) {
 }
 
 std::string readable(std::string_view text) {
+    if (is_ascii(text)) return std::string(text);
     return to_utf8(bytes_of(text), 0).utf8;
 }
 
