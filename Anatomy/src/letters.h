@@ -25,8 +25,10 @@ inline bool is_ascii(std::string_view text) {
 }
 
 inline bool same_word(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return to_lower(x) == to_lower(y); });
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (to_lower(a[i]) != to_lower(b[i])) return false;
+    return true;
 }
 
 // -1 for what is no digit.

@@ -41,7 +41,7 @@ constexpr ElementRow element_rows[] = {
 
 const ElementRow* row_of(std::string_view name) {
     for (const ElementRow& row : element_rows)
-        if (same_word(name, row.name)) return &row;
+        if (name.size() == row.name.size() && same_word(name, row.name)) return &row;
     return nullptr;
 }
 

@@ -14,10 +14,6 @@ namespace {
 constexpr std::size_t longest_entity = 12;    // characters between "&" and ";"
 constexpr std::size_t most_attributes = 256;  // of one tag; a region has eight
 
-constexpr bool is_blank(char c) {
-    return blanks.find(c) != std::string_view::npos;
-}
-
 constexpr bool begins_name(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' ||
            static_cast<unsigned char>(c) >= 0x80;
@@ -106,7 +102,7 @@ const std::string* SmilTag::value_of(std::string_view attribute) const {
 }
 
 void SmilScanner::skip_blanks() {
-    while (is_blank(peek()))
+    while (at_ < text_.size() && is_blank(text_[at_]))
         ++at_;
 }
 

@@ -11,7 +11,10 @@
 
 namespace mmskit_anatomy {
 
-inline constexpr std::string_view blanks = " \t\r\n\f\v";
+// Blanks, tabs and what ends a line or a page.
+constexpr bool is_blank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 struct SmilAttribute {
     std::string_view name;  // as written, without a namespace's prefix

@@ -121,9 +121,11 @@ Colour rgb_value(std::string_view text) {
 }  // namespace
 
 std::string_view stripped(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(blanks);
-    if (begin == std::string_view::npos) return {};
-    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+    while (!text.empty() && is_blank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && is_blank(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 int32_t clock_value(std::string_view text) {
@@ -167,9 +169,8 @@ Colour colour_value(std::string_view text) {
 }
 
 int32_t exact_number(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(blanks);
-    if (begin == std::string_view::npos) return 0;
-    text.remove_prefix(begin);
+    text = stripped(text);
+    if (text.empty()) return 0;
     const bool negative = text[0] == '-';
     if (negative || text[0] == '+') text.remove_prefix(1);
     int64_t value = 0;
