@@ -131,17 +131,17 @@ void read_part_headers(BoundedReader in, ExactBodyPart& part, bool& located) {
     }
 }
 
-void give_names(ExactBodyPart& part, bool named, bool located, const std::string& generated) {
+std::string generated_name(std::size_t kept) {
+    return "MMS_Text00" + std::to_string(static_cast<int>(kept)) + ".txt";
+}
+
+void give_names(ExactBodyPart& part, bool named, bool located, std::size_t kept) {
     if (located) return;
     if (named) {
         part.location = part.name;
     } else if (part.type == "text/plain") {
-        part.location = part.name = generated;
+        part.location = part.name = generated_name(kept);
     }
-}
-
-std::string generated_name(std::size_t kept) {
-    return "MMS_Text00" + std::to_string(static_cast<int>(kept)) + ".txt";
 }
 
 // Content type and headers at the cursor; the cursor ends where the data begins.
@@ -155,7 +155,7 @@ void read_part(BoundedReader& in, uint32_t headers_length, std::size_t kept, Exa
     part.presentation = part.type == "application/smil";
     if (part.presentation) return;
     read_part_headers(headers, part, located);
-    give_names(part, named, located, generated_name(kept));
+    give_names(part, named, located, kept);
 }
 
 void read_parts(BoundedReader& in, Bytes body, std::size_t most_kept, ExactBody& out) {

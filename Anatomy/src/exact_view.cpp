@@ -49,11 +49,27 @@ enum class Key {
     name,
     content,
     value,
+    background_color,
+    backgroundcolor,
     unknown
 };
-constexpr std::string_view attribute_names[] = {"left", "top", "height", "width",   "fit",
-                                                "id",   "src", "region", "alt",     "begin",
-                                                "end",  "dur", "name",   "content", "value"};
+constexpr std::string_view attribute_names[] = {"left",
+                                                "top",
+                                                "height",
+                                                "width",
+                                                "fit",
+                                                "id",
+                                                "src",
+                                                "region",
+                                                "alt",
+                                                "begin",
+                                                "end",
+                                                "dur",
+                                                "name",
+                                                "content",
+                                                "value",
+                                                "background-color",
+                                                "backgroundcolor"};
 
 template <typename Index, std::size_t N>
 Index find_name(const std::string_view (&table)[N], std::string_view name) {
@@ -64,7 +80,7 @@ Index find_name(const std::string_view (&table)[N], std::string_view name) {
 }
 
 struct Attribute {
-    std::string_view name, value;
+    std::string_view value;
     Key key;
 };
 
@@ -73,7 +89,9 @@ enum class Form { opening, closing, empty };
 struct Tag {
     Name name = Name::unknown;
     Form form = Form::opening;
-    std::vector<Attribute> attributes;  // in reverse order: assigning lets the first one win
+    // Those with a known name, in reverse order: assigning lets the first one win.
+    std::vector<Attribute> attributes;
+    bool bare = true;  // it has no attribute, be it an unknown one
 
     [[nodiscard]] bool opens(Name n) const { return name == n && form == Form::opening; }
     [[nodiscard]] bool closes(Name n) const { return name == n && form == Form::closing; }
@@ -130,9 +148,10 @@ class Tags {
         if (at == one.size() || at == begin) return false;
         tag.name = find_name<Name>(tag_names, one.substr(begin, at - begin));
         tag.attributes.clear();
+        tag.bare = true;
         const bool slash_in_name = one[at - 1] == '/';
         if (!slash_in_name && one[at] != '>') {
-            at = read_attributes(one, at, tag.attributes);
+            at = read_attributes(one, at, tag);
             at = one.find('>', at);
             if (at == std::string_view::npos) return false;
         }
@@ -141,8 +160,7 @@ class Tags {
         return true;
     }
 
-    static std::size_t read_attributes(std::string_view one, std::size_t at,
-                                       std::vector<Attribute>& attributes) {
+    static std::size_t read_attributes(std::string_view one, std::size_t at, Tag& tag) {
         for (;;) {
             at = span_of(one, at, exact_blanks);
             if (at == one.size() || one[at] == '=' || one[at] == '/' || one[at] == '>') return at;
@@ -155,9 +173,10 @@ class Tags {
             if (end == std::string_view::npos) return quote + 1;
             // An empty name cannot be kept, and its tag is taken for the end of memory; it does
             // not occur, as a name has at least one byte here.
-            const std::string_view text = one.substr(name, at - name);
-            attributes.push_back({text, one.substr(quote + 1, end - quote - 1),
-                                  find_name<Key>(attribute_names, text)});
+            const Key key = find_name<Key>(attribute_names, one.substr(name, at - name));
+            if (key != Key::unknown)
+                tag.attributes.push_back({one.substr(quote + 1, end - quote - 1), key});
+            tag.bare = false;
             at = end + 1;
         }
     }
@@ -266,8 +285,7 @@ class ExactReader {
         for (const Attribute& a : tag.attributes) {
             if (a.key == Key::width) layout.width = exact_number(a.value);
             if (a.key == Key::height) layout.height = exact_number(a.value);
-            if (same_for_names(a.name, "background-color") ||
-                same_for_names(a.name, "backgroundcolor"))
+            if (a.key == Key::background_color || a.key == Key::backgroundcolor)
                 view_.background = exact_colour(a.value);
         }
     }
@@ -322,7 +340,7 @@ class ExactReader {
     }
 
     bool read_element(const Tag& tag) {
-        if (tag.attributes.empty()) return true;
+        if (tag.bare) return true;
         switch (tag.name) {
             case Name::text:
                 return read_media(tag) && (tag.form != Form::opening || read_text());

@@ -13,6 +13,9 @@ struct FreeLibraryText {
 };
 using LibraryText = std::unique_ptr<char, FreeLibraryText>;
 
+// Each code below this has a media type there.
+inline constexpr uint8_t library_types = 53;
+
 // The media type of a code without its high bit; null for one that has none.
 inline LibraryText well_known_media_type(unsigned code) {
     return LibraryText(DecodeWellKnownContentType(static_cast<uint8_t>(code)));

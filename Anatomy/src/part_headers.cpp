@@ -29,6 +29,20 @@ constexpr struct {
       "application/vnd.syncml.ds.notification", "audio/*", "video/*", "application/vnd.oma.dd2+xml",
       "application/mikey"}}};
 
+std::string_view later_type(uint8_t number) {
+    for (const auto& run : later_types)
+        if (number >= run.first &&
+            static_cast<std::size_t>(number - run.first) < std::size(run.names) &&
+            !run.names[number - run.first].empty())
+            return run.names[number - run.first];
+    return {};
+}
+
+bool is_well_known(uint8_t number) {
+    return number < library_types || !later_type(number).empty() ||
+           well_known_media_type(number) != nullptr;
+}
+
 // ---- Names and parameters ----
 
 std::string clean_name(std::string_view raw) {
@@ -370,11 +384,8 @@ std::string read_textual_header(Cursor& cursor, std::string_view name, PartHeade
 }  // namespace
 
 std::string well_known_type(uint8_t number) {
-    for (const auto& run : later_types)
-        if (number >= run.first &&
-            static_cast<std::size_t>(number - run.first) < std::size(run.names) &&
-            !run.names[number - run.first].empty())
-            return std::string(run.names[number - run.first]);
+    if (const std::string_view later = later_type(number); !later.empty())
+        return std::string(later);
     const LibraryText text = well_known_media_type(number);
     return text != nullptr ? lower_case(text.get()) : std::string();
 }
@@ -436,7 +447,7 @@ bool content_type_may_begin(Cursor cursor) {
         cursor = cursor.until(cursor.at + length->value);
     }
     if (cursor.done()) return false;
-    if (cursor.peek() >= 0x80) return !well_known_type(cursor.peek() & 0x7FU).empty();
+    if (cursor.peek() >= 0x80) return is_well_known(cursor.peek() & 0x7FU);
     constexpr uint32_t longest_type = 200;
     cursor = cursor.until(uint64_t{cursor.at} + longest_type);
     const std::string_view text = text_of(cursor.rest());

@@ -9,12 +9,11 @@ namespace mmskit_anatomy {
 namespace {
 
 constexpr uint8_t mixed = 0xA3, related_code = 0xB3, utf_8 = 0xEA;
-constexpr uint8_t known_types = 53;
 
 }  // namespace
 
 PartWriter::PartWriter() {
-    for (uint8_t code = 0; code < known_types; ++code) {
+    for (uint8_t code = 0; code < library_types; ++code) {
         const LibraryText type = well_known_media_type(code);
         if (type != nullptr) codes_.emplace(lower_case(type.get()), code);
     }

@@ -46,7 +46,7 @@ std::string name_by_type(const char* type, std::size_t number) {
 // The parts of a message in the order of its slides, each once however often slides show it.
 class PartList {
   public:
-    explicit PartList(const MessageFacts& facts) {
+    void add_all(const MessageFacts& facts) {
         for (std::size_t i = 0; i < facts.slides.size(); ++i)
             add_slide(facts.slides[i], i + 1);
         for (const AttachmentFact& attachment : facts.attachments)
@@ -148,7 +148,8 @@ void refuse_second_run(const std::string& folder) {
 int extract(const ExtractOptions& options) {
     const auto message = open_message(options.file);
     const MessageFacts& facts = message->facts();
-    const PartList list(facts);
+    PartList list;
+    if (!options.all || facts.parts.empty()) list.add_all(facts);
     if (list.parts().empty() && facts.parts.empty())
         throw Failure(visible(input_name(options.file)) + ": the message has no parts");
     const std::size_t files = options.all ? facts.parts.size() : list.parts().size();

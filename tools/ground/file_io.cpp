@@ -218,7 +218,11 @@ std::string OutputFolder::publish_numbered(const std::string& temporary,
 
 std::string OutputFolder::write_new(const std::string& safe_name, std::span<const uint8_t> data) {
     const std::string temporary = write_temporary(data);
-    if (publish(temporary, safe_name)) return path_ + safe_name;
+    // A name that was taken stays taken: a message may call thousands of parts by one.
+    if (!taken_.contains(safe_name)) {
+        if (publish(temporary, safe_name)) return path_ + safe_name;
+        taken_.insert(safe_name);
+    }
     return path_ + publish_numbered(temporary, safe_name);
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -64,6 +65,7 @@ class OutputFolder {
     uint32_t temporaries_ = 0;
     // The next number to try for a stem and extension: many parts of one name cost linear time.
     std::unordered_map<std::string, uint32_t> next_number_;
+    std::set<std::string> taken_;  // names that were found taken
 };
 
 }  // namespace mmskit_tool
