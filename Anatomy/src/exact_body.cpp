@@ -192,7 +192,7 @@ ExactBody exact_body(Bytes body, std::size_t most_kept) {
     read_content_type(in, UINT64_MAX, part, named);
     if (in.at_end()) return out;
     if (part.type != "text/plain") {
-        out.parts.reserve(most_kept);
+        out.parts.reserve(most_kept + 1);
         read_parts(in, body, most_kept, out);
         return out;
     }

@@ -107,6 +107,7 @@ class BodyMender {
                 return false;
             planned_.push_back(planned(carried_[i], std::move(read.parts[i])));
         }
+        read.parts = {};
         meant_.plan(planned_);
         wrong_ = wrong_parts(smil_ != no_part ? text_of_bytes(wire_of(smil_)) : std::string_view());
         if (!view_is_right_ || !wrong_.empty()) {
@@ -164,6 +165,7 @@ class BodyMender {
             add_part(smil_, nullptr, presentation.data, presentation.size);
             listed = true;
         };
+        out_.parts.reserve(planned_.size() + 1);
         for (const PlannedPart& part : planned_) {
             if (!listed && smil_ < part.part) list_presentation();
             add_part(part.part, kept_name(part.exact), part.exact.data, part.exact.size);

@@ -44,6 +44,7 @@ void add_default_reports(MessageFacts& facts) {
 void attach_all(MessageFacts& facts) {
     facts.slides.clear();
     facts.attachments.clear();
+    facts.attachments.reserve(facts.parts.size());
     for (std::size_t i = 0; i < facts.parts.size(); ++i) {
         const PartFact& part = facts.parts[i];
         if (part.presentation) continue;
@@ -103,6 +104,7 @@ void OpenMessage::open_tolerant() {
     if (anatomy_->iMessage >= MMS_MESSAGE_SI) return open_push();
     facts_.headers = header_facts(*anatomy_);
     if (anatomy_->iMessageType == 0x84) add_default_reports(facts_);
+    facts_.parts.reserve(anatomy_->iParts);
     for (uint32_t i = 0; i < anatomy_->iParts; ++i)
         facts_.parts.push_back(part_fact(anatomy_->pParts[i]));
     facts_.has_body =

@@ -79,7 +79,17 @@ SlideFact collect_slide() {
     return slide;
 }
 
+// Room for a list's facts at once: a vector that grows holds its elements twice.
+template <typename Fact, typename Element>
+void make_room(std::vector<Fact>& facts, const Element* first) {
+    std::size_t count = 0;
+    for (; first != nullptr; first = first->Next)
+        ++count;
+    facts.reserve(count);
+}
+
 void collect_regions(MessageFacts& facts) {
+    make_room(facts.regions, tSMIL_ViewStruct.RegionList);
     for (const tSMIL_Region* region = tSMIL_ViewStruct.RegionList; region != nullptr;
          region = region->Next) {
         facts.regions.push_back(
@@ -96,10 +106,12 @@ void collect_view(MessageFacts& facts) {
     collect_regions(facts);
     (void)fnPAR_InitCurPar();
     if (fnPAR_IsParEmpty() == 0) {
+        make_room(facts.slides, tSMIL_ViewStruct.ParList);
         do
             facts.slides.push_back(collect_slide());
         while (fnPAR_ProceedNextPar() != 0);
     }
+    make_room(facts.attachments, tSMIL_ViewStruct.AttachmentList);
     // Taken from the list: asking for each by its index would cost the square of their number.
     for (const tSMIL_Attachment* attachment = tSMIL_ViewStruct.AttachmentList;
          attachment != nullptr; attachment = attachment->Next) {
