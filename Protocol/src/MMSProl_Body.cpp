@@ -129,12 +129,9 @@ OwnedMedia new_media(const ContentType& type, Slice data) {
 [[nodiscard]] bool read_part_headers(BoundedReader in, tMMS_MediaData& media) {
     while (!in.at_end()) {
         switch (in.byte()) {
-            case content_location: {
-                OwnedText text;
-                if (!read_quoted_text(in, text)) return false;
-                replace_owned(media.pContentLocation, text.release());
+            case content_location:
+                if (!put_text(media.pContentLocation, quoted_text(in))) return false;
                 break;
-            }
             case content_id:
                 if (!read_content_id(in, media.pContentId)) return false;
                 break;

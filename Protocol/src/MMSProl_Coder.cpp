@@ -36,14 +36,14 @@ void report(uint16_t* length, uint64_t bytes) {
 
 // A new text, and what it took less `uncounted` as the length; null, with cursor and length as they
 // were, when it cannot be read.
-char* read_text_at(const uint8_t** cursor, uint16_t* length,
-                   bool (*read)(BoundedReader& in, OwnedText& text), uint64_t uncounted) {
+char* read_text_at(const uint8_t** cursor, uint16_t* length, Slice (*read)(BoundedReader& in),
+                   uint64_t uncounted) {
     BoundedReader in = BoundedReader::unbounded(*cursor);
-    OwnedText text;
-    if (!read(in, text)) return nullptr;
+    char* text = nullptr;
+    if (!put_text(text, read(in))) return nullptr;
     report(length, in.position() - uncounted);
     *cursor = in.here();
-    return text.release();
+    return text;
 }
 
 constexpr uint64_t its_nul = 1;
@@ -61,7 +61,6 @@ OwnedContentType content_type_at(const uint8_t* field, uint32_t* length) {
 }  // namespace mmskit
 
 using mmskit::BoundedReader;
-using mmskit::OwnedText;
 using mmskit::PduWriter;
 
 // ---- Integers -----------------------------------------------------------------------------
@@ -113,13 +112,13 @@ void EncodeTextString(uint8_t** cursor, const char* text) {
 }
 
 char* DecodeString(const uint8_t** cursor, uint16_t* length) {
-    return mmskit::read_text_at(cursor, length, mmskit::read_text, mmskit::its_nul);
+    return mmskit::read_text_at(cursor, length, mmskit::plain_text, mmskit::its_nul);
 }
 
 char* MyDecodeTextString(const uint8_t** cursor, uint16_t* length) {
     // QUIRK reported_length_counts_the_quote: callers take it, the NUL and the parameter's own
     // byte off a remaining count.
-    return mmskit::read_text_at(cursor, length, mmskit::read_quoted_text, mmskit::its_nul);
+    return mmskit::read_text_at(cursor, length, mmskit::quoted_text, mmskit::its_nul);
 }
 
 void EncodeEncodedString(uint8_t** cursor, const char* text) {
@@ -128,11 +127,11 @@ void EncodeEncodedString(uint8_t** cursor, const char* text) {
 
 char* DecodeEncodedString(const uint8_t** cursor, uint16_t* length) {
     BoundedReader in = BoundedReader::unbounded(*cursor);
-    OwnedText text;
-    if (!mmskit::read_encoded_string(in, text)) text.reset();
+    char* text = nullptr;
+    (void)mmskit::read_encoded_string(in, text);  // there is none when memory is out
     mmskit::report(length, in.position() - 1);
     *cursor = in.here();
-    return text.release();
+    return text;
 }
 
 // ---- Addresses ----------------------------------------------------------------------------
@@ -145,7 +144,7 @@ int32_t EncodeAddressString(uint8_t** cursor, const char* address) {
 }
 
 char* DecodeAddressString(const uint8_t** cursor, uint16_t* length) {
-    return mmskit::read_text_at(cursor, length, mmskit::read_address, 0);
+    return mmskit::read_text_at(cursor, length, mmskit::address_text, 0);
 }
 
 void EncodeMultiRcver(uint8_t** cursor, const char* list, uint8_t code) {

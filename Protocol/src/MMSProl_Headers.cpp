@@ -114,22 +114,19 @@ void* parse_message(const MessageSyntax& syntax, const uint8_t* pdu, int32_t len
 namespace header_value {
 namespace {
 
-template <bool (*read)(BoundedReader& in, OwnedText& out)>
-Step store(HeaderContext& context, const HeaderField& field) {
-    OwnedText value;
-    if (!read(context.in, value)) return context.fail(out_of_memory);
-    replace_owned(context.member<char*>(field.to), value.release());
-    return Step::next;
+Step store(HeaderContext& context, const HeaderField& field, Slice text) {
+    return put_text(context.member<char*>(field.to), text) ? Step::next
+                                                           : context.fail(out_of_memory);
 }
 
 }  // namespace
 
 Step text(HeaderContext& context, const HeaderField& field) {
-    return store<read_quoted_text>(context, field);
+    return store(context, field, quoted_text(context.in));
 }
 
 Step raw_text(HeaderContext& context, const HeaderField& field) {
-    return store<read_text>(context, field);
+    return store(context, field, context.in.text());
 }
 
 Step transaction_id(HeaderContext& context, const HeaderField& field) {
@@ -148,7 +145,8 @@ Step location(HeaderContext& context, const HeaderField& field) {
 }
 
 Step encoded_string(HeaderContext& context, const HeaderField& field) {
-    return store<read_encoded_string>(context, field);
+    const bool read = read_encoded_string(context.in, context.member<char*>(field.to));
+    return read ? Step::next : context.fail(out_of_memory);
 }
 
 // OMA-MMS-ENC 7.2.11 (From): value-length, a token, and the address when the token says so. The
@@ -163,7 +161,7 @@ Step from(HeaderContext& context, const HeaderField& field) {
 }
 
 Step address(HeaderContext& context, const HeaderField& field) {
-    return store<read_address>(context, field);
+    return store(context, field, address_text(context.in));
 }
 
 Step address_list(HeaderContext& context, const HeaderField& field) {

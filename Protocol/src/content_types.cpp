@@ -242,11 +242,6 @@ void read_general_form(BoundedReader& in, ContentType& type, uint64_t enclosed_b
         step = read_parameter(values, type, end);
 }
 
-[[nodiscard]] bool copy_slice(char*& to, Slice from) {
-    to = from.data != nullptr ? copy_text(from.data, from.size) : nullptr;
-    return to != nullptr || from.data == nullptr;
-}
-
 }  // namespace
 
 ContentType content_type(BoundedReader& in, uint64_t enclosed_by) {
@@ -265,21 +260,21 @@ bool ContentType::is(const char* wanted) const {
 }
 
 bool ContentType::copy_type(char*& to) const {
-    if (known == nullptr) return copy_slice(to, text);
+    if (known == nullptr) return text.data == nullptr || put_text(to, text);
     to = static_cast<char*>(allocate(type_buffer));
     if (to != nullptr) std::memcpy(to, known, std::strlen(known) + 1);
     return to != nullptr;
 }
 
 bool ContentType::copy_name(char*& to) const {
-    return copy_slice(to, name);
+    return name.data == nullptr || put_text(to, name);
 }
 
 bool ContentType::copy_fwd(uint8_t*& to) const {
     char* copy = nullptr;
-    const bool copied = copy_slice(copy, fwd_bytes);
+    if (fwd_bytes.data != nullptr && !put_text(copy, fwd_bytes)) return false;
     to = reinterpret_cast<uint8_t*>(copy);
-    return copied;
+    return true;
 }
 
 void ContentTypeFree::operator()(tMMS_ContentType* type) const {

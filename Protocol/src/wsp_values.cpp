@@ -13,13 +13,6 @@ namespace {
 constexpr char phone_suffix[] = "/TYPE=PLMN";
 constexpr int receiver_limit = 60;  // characters of one entry of a receiver list, spaces included
 
-bool copy_out(Slice s, OwnedText& out) {
-    char* copy = copy_text(s.data, s.size);
-    if (copy == nullptr) return false;
-    out.reset(copy);
-    return true;
-}
-
 Slice without_quote(Slice s) {
     if (s.size != 0 && *s.data == wsp::text_quote) return {s.data + 1, s.size - 1};
     return s;
@@ -30,11 +23,13 @@ bool needs_quote(const char* text) {
 }
 
 // Text in the library is UTF-8, but the conversion alone decides what an unusual text becomes.
-bool convert_out(Slice s, OwnedText& out) {
+bool put_converted(char*& field, Slice s) {
     if (s.size > UINT32_MAX) return false;
     auto length = static_cast<uint32_t>(s.size);
-    out.reset(fnCharSet_DecodeString2Local(static_cast<int32_t>(wsp::utf_8), s.data, &length));
-    return out || s.size == 0;
+    char* text = fnCharSet_DecodeString2Local(static_cast<int32_t>(wsp::utf_8), s.data, &length);
+    if (text == nullptr && s.size != 0) return false;
+    replace_owned(field, text);
+    return true;
 }
 
 }  // namespace
@@ -72,29 +67,32 @@ uint32_t long_integer_at(BoundedReader in) {
     return value;
 }
 
-bool read_text(BoundedReader& in, OwnedText& out) {
-    return copy_out(in.text(), out);
+bool put_text(char*& field, Slice text) {
+    char* copy = copy_text(text.data, text.size);
+    if (copy == nullptr) return false;
+    replace_owned(field, copy);
+    return true;
 }
 
-bool read_quoted_text(BoundedReader& in, OwnedText& out) {
-    return copy_out(without_quote(in.text()), out);
-}
-
-bool read_encoded_string(BoundedReader& in, OwnedText& out) {
+bool read_encoded_string(BoundedReader& in, char*& field) {
     // QUIRK encoded_string_ends_at_first_nul: the value-length does not delimit the field, so a
     // length that a sender got wrong (or that overflowed its octet) does no harm.
     const Slice raw = in.text();
     const uint8_t first = raw.size != 0 ? *raw.data : uint8_t{0};
-    if (first > wsp::length_quote) return copy_out(without_quote(raw), out);
+    if (first > wsp::length_quote) return put_text(field, without_quote(raw));
 
     BoundedReader value(raw);
     read_value_length(value);
     const uint8_t charset = value.byte();
     const Slice text = without_quote(value.take(value.remaining()));
-    if (charset == (wsp::short_integer | wsp::us_ascii)) return copy_out(text, out);
-    if (charset == (wsp::short_integer | wsp::utf_8)) return convert_out(text, out);
-    out.reset();
+    if (charset == (wsp::short_integer | wsp::us_ascii)) return put_text(field, text);
+    if (charset == (wsp::short_integer | wsp::utf_8)) return put_converted(field, text);
+    replace_owned(field, static_cast<char*>(nullptr));
     return true;
+}
+
+Slice plain_text(BoundedReader& in) {
+    return in.text();
 }
 
 Slice quoted_text(BoundedReader& in) {
@@ -109,10 +107,6 @@ Slice address_text(BoundedReader& in) {
             address.size = static_cast<size_t>(static_cast<const uint8_t*>(slash) - address.data);
     }
     return address;
-}
-
-bool read_address(BoundedReader& in, OwnedText& out) {
-    return copy_out(address_text(in), out);
 }
 
 // ---- Writing ------------------------------------------------------------------------------

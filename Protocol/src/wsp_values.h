@@ -25,8 +25,6 @@ inline constexpr uint32_t utf_8 = 106;
 }  // namespace wsp
 
 // ---- Reading ------------------------------------------------------------------------------
-// A reader of a text gives false only when memory is out; `out` is then untouched and the cursor
-// has moved past the value all the same.
 
 uint32_t read_uintvar(BoundedReader& in);
 // 0 to 30 or length-quote and uintvar; a first octet above 31 gives 0 and is not consumed.
@@ -34,16 +32,16 @@ uint32_t read_value_length(BoundedReader& in);
 // The long integer whose length octet stands at the cursor, which does not move.
 uint32_t long_integer_at(BoundedReader in);
 
-// A text without a leading quote (0x7F), and an address without its type, in place.
+// Texts in place: as it stands, without a leading quote (0x7F), and an address without its type.
+Slice plain_text(BoundedReader& in);
 Slice quoted_text(BoundedReader& in);
 Slice address_text(BoundedReader& in);
 
-[[nodiscard]] bool read_text(BoundedReader& in, OwnedText& out);
-// As read_text(), without a leading quote (0x7F).
-[[nodiscard]] bool read_quoted_text(BoundedReader& in, OwnedText& out);
-// `out` becomes null for a character set that is not read.
-[[nodiscard]] bool read_encoded_string(BoundedReader& in, OwnedText& out);
-[[nodiscard]] bool read_address(BoundedReader& in, OwnedText& out);
+// Puts a copy of `text` in place of an owned text. False, and nothing done, when memory is out.
+[[nodiscard]] bool put_text(char*& field, Slice text);
+// The same of a text with a character set (WAP-230 8.4.2.1), null for one that is not read. The
+// cursor moves past the value in any case.
+[[nodiscard]] bool read_encoded_string(BoundedReader& in, char*& field);
 
 // A Content-type field taken apart in place: what is not there has no data.
 struct ContentType {

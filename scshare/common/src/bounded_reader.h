@@ -81,19 +81,17 @@ class BoundedReader {
 
     // The text from the cursor to its NUL (or to the end of the input), without the NUL; the
     // cursor moves past the NUL, which is taken to stand right after the end if there is none.
-    // Inlined at every use it would be a tenth of the decoders.
+    // memchr looks no further than the NUL, so it serves where no end was told too. Inlined at
+    // every use this would be a tenth of the decoders.
     [[gnu::noinline]] Slice text() {
-        Slice s{here(), static_cast<size_t>(remaining())};
-        if (size_ == unknown_size) {
-            s.size = std::strlen(reinterpret_cast<const char*>(s.data));
-        } else if (s.size != 0) {
-            const void* nul = std::memchr(s.data, 0, s.size);
-            if (nul != nullptr)
-                s.size = static_cast<size_t>(static_cast<const uint8_t*>(nul) - s.data);
-        }
+        const Slice rest{here(), static_cast<size_t>(remaining())};
+        const void* nul = rest.size != 0 ? std::memchr(rest.data, 0, rest.size) : nullptr;
+        const size_t size =
+            nul != nullptr ? static_cast<size_t>(static_cast<const uint8_t*>(nul) - rest.data)
+                           : rest.size;
         // A text is no longer than memory, so this stays far from the end of the numbers.
-        position_ += static_cast<uint64_t>(s.size) + 1;
-        return s;
+        position_ += static_cast<uint64_t>(size) + 1;
+        return {rest.data, size};
     }
 
   private:

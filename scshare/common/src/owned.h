@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #pragma GCC visibility push(hidden)
 
@@ -28,7 +29,9 @@ struct PlainFree {
     void operator()(void* p) const { deallocate(p); }
 };
 
-// A unique owner of one block. Free is called for a non-null block only.
+// A unique owner of one block. Free is called for a non-null block only, but for PlainFree, which
+// looks itself. Inlined always: an owner that another function is given to destroy cannot stay in a
+// register.
 template <typename T, typename Free = PlainFree>
 class Owned {
   public:
@@ -41,7 +44,7 @@ class Owned {
     }
     Owned(const Owned&) = delete;
     Owned& operator=(const Owned&) = delete;
-    ~Owned() { reset(); }
+    [[gnu::always_inline]] ~Owned() { free(p_); }
 
     T* get() const { return p_; }
     T* operator->() const { return p_; }
@@ -53,12 +56,18 @@ class Owned {
         p_ = nullptr;
         return p;
     }
-    void reset(T* p = nullptr) {
-        if (p_ != nullptr) Free{}(p_);
+    [[gnu::always_inline]] void reset(T* p = nullptr) {
+        free(p_);
         p_ = p;
     }
 
   private:
+    [[gnu::always_inline]] static void free(T* p) {
+        constexpr bool looks_itself = std::is_same_v<Free, PlainFree>;
+        const bool known = __builtin_constant_p(p == nullptr) != 0;  // after release(), say
+        if ((looks_itself && !known) || p != nullptr) Free{}(p);
+    }
+
     T* p_ = nullptr;
 };
 
