@@ -2,6 +2,7 @@
 // the message; texts, types and names are copied within the message's copy budget.
 #include "Parser/src/MMSPs_Media.h"
 
+#include <cstddef>
 #include <cstring>
 
 #include "Parser/src/MMSPs_Reference.h"
@@ -65,8 +66,7 @@ bool can_look_up(TextView id) {
     return id.size != 0 && parser_state.tpSMIL_Element != nullptr;
 }
 
-template <typename Element>
-void fill_type(Element& el, tMMS_MediaData& part) {
+void fill_type(tSMIL_Media& el, tMMS_MediaData& part) {
     replace_owned(el.Type, copy_within_budget(part.pContentType));
     el.IsDrm = 0;
     el.DrmType = drm_none;
@@ -87,8 +87,7 @@ void fill_type(Element& el, tMMS_MediaData& part) {
     }
 }
 
-template <typename Element>
-bool find_media(Element& el, TextView id) {
+bool find_media(tSMIL_Media& el, TextView id) {
     if (!can_look_up(id)) return false;
     tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
     if (part == nullptr || part->pData == nullptr) return true;
@@ -131,16 +130,20 @@ bool find_text(tSMIL_Text& el, TextView id) {
     return true;
 }
 
-bool find_image(tSMIL_Media& el, TextView id) {
+bool find_visual(tSMIL_Media& el, TextView id) {
     return find_media(el, id);
 }
 
+// A sound is what a picture is but for its place, up to these bytes.
 bool find_audio(tSMIL_Audio& el, TextView id) {
-    return find_media(el, id);
-}
-
-bool find_video(tSMIL_Media& el, TextView id) {
-    return find_media(el, id);
+    constexpr size_t common = offsetof(tSMIL_Media, Left);
+    static_assert(offsetof(tSMIL_Audio, DrmInfo2) == offsetof(tSMIL_Media, DrmInfo2) &&
+                  offsetof(tSMIL_Media, DrmInfo2) + sizeof el.DrmInfo2 == common);
+    tSMIL_Media media{};
+    std::memcpy(&media, &el, common);
+    const bool found = find_media(media, id);
+    std::memcpy(&el, &media, common);
+    return found;
 }
 
 }  // namespace mmskit
@@ -161,7 +164,7 @@ int32_t SmilGetTextDataById(tSMIL_Text* el, const char* id) {
 }
 
 int32_t SmilGetImgDataById(tSMIL_Media* el, const char* id) {
-    return el != nullptr && find_image(*el, id) ? 1 : 0;
+    return el != nullptr && find_visual(*el, id) ? 1 : 0;
 }
 
 int32_t SmilGetAudioDataById(tSMIL_Audio* el, const char* id) {
@@ -169,7 +172,7 @@ int32_t SmilGetAudioDataById(tSMIL_Audio* el, const char* id) {
 }
 
 int32_t SmilGetVideoDataById(tSMIL_Media* el, const char* id) {
-    return el != nullptr && find_video(*el, id) ? 1 : 0;
+    return el != nullptr && find_visual(*el, id) ? 1 : 0;
 }
 
 int32_t fnPAR_IsPlayedMedia(const char* contentType) {

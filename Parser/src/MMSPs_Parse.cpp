@@ -113,9 +113,9 @@ struct ElementKind {
     const char* add_error;
 };
 constexpr ElementKind<tSMIL_Text> text_kind{find_text, SmilAddText, nullptr};
-constexpr ElementKind<tSMIL_Media> img_kind{find_image, SmilAddImg, "SmilAddImg error"};
+constexpr ElementKind<tSMIL_Media> img_kind{find_visual, SmilAddImg, "SmilAddImg error"};
 constexpr ElementKind<tSMIL_Audio> audio_kind{find_audio, SmilAddAudio, nullptr};
-constexpr ElementKind<tSMIL_Media> video_kind{find_video, SmilAddVideo, nullptr};
+constexpr ElementKind<tSMIL_Media> video_kind{find_visual, SmilAddVideo, nullptr};
 
 template <typename Element>
 void place_in_region(Element& element, TextView id) {

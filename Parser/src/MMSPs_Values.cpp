@@ -12,7 +12,7 @@ constexpr int32_t saturate(int64_t value) {
 }
 
 struct NamedColour {
-    const char* name;
+    char name[8];
     uint32_t value;
 };
 constexpr NamedColour named_colours[] = {

@@ -228,9 +228,8 @@ uint32_t colour_value(TextView text);
 
 // What the look-ups by name do, for a name that stands in the text.
 bool find_text(tSMIL_Text& el, TextView id);
-bool find_image(tSMIL_Media& el, TextView id);
+bool find_visual(tSMIL_Media& el, TextView id);  // an image or a video
 bool find_audio(tSMIL_Audio& el, TextView id);
-bool find_video(tSMIL_Media& el, TextView id);
 bool find_region_rect(int32_t out[4], TextView id);
 
 // SmilParseLayout into the caller's record.

@@ -11,7 +11,7 @@ namespace mmskit {
 
 namespace {
 
-// The row is the assigned number.
+// The row is the assigned number. Only what is packed from them below is in the library.
 // QUIRK well_known_types_keep_their_spelling: the capitals of rows 11 to 15, row 18 and "x-x968"
 // differ from the registry; peers and stored messages compare these texts byte for byte.
 constexpr const char* well_known_types[] = {
@@ -80,6 +80,45 @@ constexpr const char* drm_types[] = {
     /* 75 */ "application/vnd.oma.drm.rights+wbxml",
 };
 
+// The rows one after another, each with its NUL: addresses would take four times the space of the
+// offsets, and one relocation each.
+struct PackedTypes {
+    static constexpr size_t types = std::size(well_known_types) + std::size(drm_types);
+    static constexpr size_t total = [] {
+        size_t sum = 0;
+        for (const char* type : well_known_types)
+            sum += __builtin_strlen(type) + 1;
+        for (const char* type : drm_types)
+            sum += __builtin_strlen(type) + 1;
+        return sum;
+    }();
+
+    char texts[total] = {};
+    uint16_t starts[types] = {};
+    size_t row = 0, filled = 0;  // while it is packed
+
+    constexpr PackedTypes() {
+        for (const char* type : well_known_types)
+            pack(type);
+        for (const char* type : drm_types)
+            pack(type);
+    }
+
+  private:
+    constexpr void pack(const char* type) {
+        starts[row++] = static_cast<uint16_t>(filled);
+        for (; *type != '\0'; ++type)
+            texts[filled++] = *type;
+        ++filled;
+    }
+};
+constexpr PackedTypes packed_types;
+static_assert(packed_types.filled == PackedTypes::total);
+
+const char* type_in_row(size_t row) {
+    return packed_types.texts + packed_types.starts[row];
+}
+
 // The rows by the length of their texts, so that a type is compared with those of its length only.
 constexpr size_t longest_type = 41;
 
@@ -106,9 +145,10 @@ constexpr uint32_t type_buffer = 50;  // bytes; the longest row takes 42 with it
 
 // The row's text, or null for a code without one.
 const char* well_known_type(uint8_t code) {
-    if (code < std::size(well_known_types)) return well_known_types[code];
+    constexpr size_t listed = std::size(well_known_types);
+    if (code < listed) return type_in_row(code);
     if (code >= first_drm_type && code - first_drm_type < std::ssize(drm_types))
-        return drm_types[code - first_drm_type];
+        return type_in_row(listed + code - first_drm_type);
     return nullptr;
 }
 
@@ -316,7 +356,7 @@ int32_t EncodeContentType(const char* type) {
     if (length > mmskit::longest_type) return mmskit::unknown_type;
     const mmskit::TypesByLength& types = mmskit::types_by_length;
     for (size_t i = types.first[length]; i < types.first[length + 1]; ++i)
-        if (std::memcmp(type, mmskit::well_known_types[types.codes[i]], length) == 0)
+        if (std::memcmp(type, mmskit::type_in_row(types.codes[i]), length) == 0)
             return types.codes[i];
     return mmskit::unknown_type;
 }

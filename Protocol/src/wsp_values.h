@@ -55,7 +55,7 @@ struct ContentType {
     bool fwd = false;
 
     bool is(const char* wanted) const;
-    // Copies, null for what is not there. False when memory is out.
+    // Copies into empty fields, which stay so for what is not there. False when memory is out.
     [[nodiscard]] bool copy_type(char*& to) const;
     [[nodiscard]] bool copy_name(char*& to) const;
     [[nodiscard]] bool copy_fwd(uint8_t*& to) const;
