@@ -129,7 +129,7 @@ void smil_to_slides() {
     using mmskit::parser_state;
     parser_state.tpSMIL_Union = prepared;
     parser_state.tpSMIL_Element = prepared->pMediaList;
-    parser_state.copy_budget = parser_state.reference_budget = 1U << 20;
+    parser_state.copies.left = parser_state.references.left = 1U << 20;
     SmilInitInput(reinterpret_cast<const char*>(prepared->pSmil->pData),
                   static_cast<int32_t>(prepared->pSmil->iDataLen));
     must(SmilParseSmil() != 0 && tSMIL_ViewStruct.ParList != nullptr, "document");

@@ -14,17 +14,11 @@ namespace {
 
 // Bytes that may be copied; unlimited without a message to which the budget belongs.
 uint64_t copy_room() {
-    return parser_state.tpSMIL_Union != nullptr ? parser_state.copy_budget : UINT64_MAX;
+    return parser_state.tpSMIL_Union != nullptr ? parser_state.copies.left : UINT64_MAX;
 }
 
-// What cannot be paid takes all that is left, since that much was looked at.
-bool spend_copy(uint64_t bytes) {
-    const uint64_t room = copy_room();
-    if (parser_state.tpSMIL_Union != nullptr)
-        parser_state.copy_budget -= bytes < room ? bytes : room;
-    if (bytes <= room) return true;
-    note_limit("more text than is copied onto slides");
-    return false;
+bool pay_for_copy(uint64_t bytes) {
+    return pay(parser_state.copies, bytes, "more text than is copied onto slides");
 }
 
 // Never reads further than the budget reaches.
@@ -33,22 +27,18 @@ char* copy_within_budget(const char* text) {
     const uint64_t room = copy_room();
     const size_t size =
         room < SIZE_MAX ? strnlen(text, static_cast<size_t>(room)) : std::strlen(text);
-    return spend_copy(static_cast<uint64_t>(size) + 1) ? copy_text(text, size) : nullptr;
+    return pay_for_copy(static_cast<uint64_t>(size) + 1) ? copy_text(text, size) : nullptr;
 }
 
 // The part's text in UTF-8 where its character set is known, else its bytes. Only a conversion that
 // fails is a failure; bytes that cannot be copied, for want of memory or budget, leave no text.
 [[nodiscard]] bool copy_part_text(const tMMS_MediaData& part, OwnedText& text) {
     const uint64_t source = uint64_t{part.iDataLen} + 1;
-    if (source > copy_room()) {
-        note_limit("more text than is copied onto slides");
-        return true;
-    }
+    if (!pay_for_copy(source)) return true;
     if (part.bHasCharset != 1) {
-        if (spend_copy(source)) text.reset(copy_text(part.pData, part.iDataLen));
+        text.reset(copy_text(part.pData, part.iDataLen));
         return true;
     }
-    spend_copy(source);
     uint32_t length = part.iDataLen;
     text.reset(
         fnCharSet_DecodeString2Local(static_cast<int32_t>(part.iCharset), part.pData, &length));
@@ -57,7 +47,7 @@ char* copy_within_budget(const char* text) {
         return false;
     }
     const uint64_t result = static_cast<uint64_t>(std::strlen(text.get())) + 1;
-    if (result > source && !spend_copy(result - source)) text.reset();
+    if (result > source && !pay_for_copy(result - source)) text.reset();
     return true;
 }
 
@@ -87,9 +77,9 @@ void fill_type(tSMIL_Media& el, tMMS_MediaData& part) {
     }
 }
 
-bool find_media(tSMIL_Media& el, TextView id) {
+bool find_media(tSMIL_Media& el, TextView id, LookUp& look_up) {
     if (!can_look_up(id)) return false;
-    tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
+    tMMS_MediaData* part = take_part(look_up, parser_state.tpSMIL_Element, id);
     if (part == nullptr || part->pData == nullptr) return true;
     fill_type(el, *part);
     replace_owned(el.Name, copy_within_budget(part_name(*part)));
@@ -122,7 +112,7 @@ bool begins_word(const char* text, const char* word) {
 
 bool find_text(tSMIL_Text& el, TextView id) {
     if (!can_look_up(id)) return false;
-    const tMMS_MediaData* part = take_part(parser_state.tpSMIL_Element, id);
+    const tMMS_MediaData* part = take_part(parser_state.text, parser_state.tpSMIL_Element, id);
     if (part == nullptr || part->pData == nullptr) return true;
     OwnedText text;
     if (!copy_part_text(*part, text)) return false;
@@ -131,7 +121,7 @@ bool find_text(tSMIL_Text& el, TextView id) {
 }
 
 bool find_visual(tSMIL_Media& el, TextView id) {
-    return find_media(el, id);
+    return find_media(el, id, parser_state.visual);
 }
 
 // A sound is what a picture is but for its place, up to these bytes.
@@ -141,7 +131,7 @@ bool find_audio(tSMIL_Audio& el, TextView id) {
                   offsetof(tSMIL_Media, DrmInfo2) + sizeof el.DrmInfo2 == common);
     tSMIL_Media media{};
     std::memcpy(&media, &el, common);
-    const bool found = find_media(media, id);
+    const bool found = find_media(media, id, parser_state.audio);
     std::memcpy(&el, &media, common);
     return found;
 }
@@ -155,7 +145,8 @@ extern "C" {
 // A reference that names no part gives a fresh record of no list, which the caller frees.
 tMMS_MediaData* SmilGetElementById(tMMS_MediaData* list, const char* id) {
     if (list == nullptr || id == nullptr || *id == '\0') return nullptr;
-    tMMS_MediaData* part = take_part(list, id);
+    LookUp look_up;
+    tMMS_MediaData* part = take_part(look_up, list, id);
     return part != nullptr ? part : new_record<tMMS_MediaData>();
 }
 

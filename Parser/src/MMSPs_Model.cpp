@@ -95,6 +95,13 @@ void note_limit(const char* reason) {
         parser_state.limit = {reason, parser_state.bpSMIL_CurChar};
 }
 
+bool pay_beyond(Budget& budget, const char* limit) {
+    if (parser_state.tpSMIL_Union == nullptr) return true;
+    budget.left = 0;
+    note_limit(limit);
+    return false;
+}
+
 void clear_element(tSMIL_Text& el) {
     free_texts(el, &tSMIL_Text::Reserved, &tSMIL_Text::Data);
 }

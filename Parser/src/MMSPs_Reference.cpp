@@ -1,6 +1,7 @@
 // Part look-up by name. Names are compared as fnSC_STRICMP does, the reference first: lengths
 // equal, letters of the reference equal in either case, its other bytes ignored. Every part that is
-// looked at is paid for, so that parts times references stay bounded.
+// looked at is paid for, so that parts times references stay bounded; references of one pattern go
+// over the parts once in all.
 #include "Parser/src/MMSPs_Reference.h"
 
 #include <cstring>
@@ -11,9 +12,6 @@
 namespace mmskit {
 
 namespace {
-
-// What a part is found by, in the order in which it is tried.
-enum class NameTest : uint8_t { location, name, content_id, cid, none };
 
 constexpr char case_bit = 'a' - 'A';
 
@@ -87,67 +85,68 @@ bool replaces(const tMMS_MediaData& part, const Wanted& whole, NameTest test, ui
     return whole.matches(test == NameTest::location ? part.pContentLocation : part.pName, compared);
 }
 
-// What references may still cost; a work that does not fit uses all of it up.
-struct Budget {
-    uint64_t left;
-    bool used_up = false;
-
-    bool spend(uint64_t work) {
-        used_up = work > left;
-        left -= used_up ? 0 : work;
-        return !used_up;
+// Whether `a` and `b` agree with the same names, and have the same behind_cid().
+bool same_pattern(TextView a, TextView b) {
+    if (a.size != b.size) return false;
+    for (size_t i = 0; i != a.size; ++i) {
+        const char x = a.data[i], y = b.data[i];
+        if (x == y) continue;
+        const bool alike =
+            is_letter(x) ? ((x ^ y) & ~case_bit) == 0 : !is_letter(y) && x != ':' && y != ':';
+        if (!alike) return false;
     }
-};
-
-// The first part that passes in the place of `first`, which is marked, or that one; null when the
-// budget is used up.
-tMMS_MediaData* choose_behind(tMMS_MediaData* first, const Wanted& whole, NameTest found_by,
-                              Budget& budget) {
-    for (tMMS_MediaData* part = first->pNext; part != nullptr; part = part->pNext) {
-        uint64_t work = 1;
-        if (part->IsSmil == 0) {
-            uint64_t compared = 0;
-            if (replaces(*part, whole, found_by, compared)) return part;
-            work += compared / limits::reference_bytes;
-        }
-        if (!budget.spend(work)) return nullptr;
-    }
-    return first;
+    return true;
 }
 
-tMMS_MediaData* choose(tMMS_MediaData* list, TextView id, Budget& budget) {
-    const Wanted whole(id);
-    const Wanted cid(behind_cid(id));
+// Looks for the first part that passes. False when the budget is used up.
+bool find_first(LookUp& look_up, tMMS_MediaData* list, const Wanted& whole) {
+    const Wanted cid(behind_cid(look_up.id));
     for (tMMS_MediaData* part = list; part != nullptr; part = part->pNext) {
         uint64_t compared = 0;
-        const NameTest found_by = first_passed(*part, whole, cid, compared);
-        const bool found = found_by != NameTest::none;
-        // QUIRK cid_reference_is_not_searched_further: a second reference shows the same part.
-        if (found && (part->IsSmil == 0 || found_by == NameTest::cid)) return part;
-        if (!budget.spend(1 + compared / limits::reference_bytes)) return nullptr;
-        if (found) return choose_behind(part, whole, found_by, budget);
+        look_up.found_by = first_passed(*part, whole, cid, compared);
+        if (look_up.found_by != NameTest::none) {
+            look_up.first = part;
+            look_up.next = part->pNext;
+            return true;
+        }
+        if (!pay_for_reference(1 + compared / limits::reference_bytes)) return false;
     }
-    return nullptr;
+    return true;
+}
+
+// Looks for a part that is not marked and passes in the place of the first. False when the budget
+// is used up.
+bool find_next(LookUp& look_up, const Wanted& whole) {
+    for (; look_up.next != nullptr; look_up.next = look_up.next->pNext) {
+        uint64_t compared = 0;
+        if (look_up.next->IsSmil == 0 && replaces(*look_up.next, whole, look_up.found_by, compared))
+            return true;
+        if (!pay_for_reference(1 + compared / limits::reference_bytes)) return false;
+    }
+    return true;
+}
+
+// The part for `id`, or null. What was found for the reference before serves one of its pattern:
+// names do not change, and what stands between the two was marked by then.
+tMMS_MediaData* choose(LookUp& look_up, tMMS_MediaData* list, TextView id) {
+    const Wanted whole(id);
+    if (!same_pattern(look_up.id, id)) {
+        look_up = {};
+        look_up.id = id;
+        if (!find_first(look_up, list, whole)) return nullptr;
+    }
+    tMMS_MediaData* first = look_up.first;
+    // QUIRK cid_reference_is_not_searched_further: a second reference shows the same part.
+    if (first == nullptr || first->IsSmil == 0 || look_up.found_by == NameTest::cid) return first;
+    if (!find_next(look_up, whole)) return nullptr;
+    return look_up.next != nullptr ? look_up.next : first;
 }
 
 }  // namespace
 
-bool reference_work_is_spent() {
-    parser_state.reference_budget = 0;
-    note_limit("more references than can be looked up");
-    return false;
-}
-
-tMMS_MediaData* take_part(tMMS_MediaData* list, TextView id) {
+tMMS_MediaData* take_part(LookUp& look_up, tMMS_MediaData* list, TextView id) {
     if (list == nullptr || id.size == 0) return nullptr;
-    // Without a message there is no budget; a list is then the caller's own.
-    const bool limited = parser_state.tpSMIL_Union != nullptr;
-    Budget budget{limited ? parser_state.reference_budget : UINT64_MAX};
-    tMMS_MediaData* part = choose(list, id, budget);
-    if (budget.used_up)
-        reference_work_is_spent();
-    else if (limited)
-        parser_state.reference_budget = budget.left;
+    tMMS_MediaData* part = choose(look_up, list, id);
     if (part == nullptr) return nullptr;
     part->IsSmil = 1;
     ++parser_state.smilCount;

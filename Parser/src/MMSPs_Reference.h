@@ -12,18 +12,13 @@
 namespace mmskit {
 
 // The part that `id` names, marked IsSmil and counted, or null. Parts of one name are handed out
-// in turn; when all are marked the first is given again.
-tMMS_MediaData* take_part(tMMS_MediaData* list, TextView id);
+// in turn; when all are marked the first is given again. `look_up` is empty or of the reference
+// before, over the same list.
+tMMS_MediaData* take_part(LookUp& look_up, tMMS_MediaData* list, TextView id);
 
-// Takes `work` off what references may still cost in the message held (limits::reference_work).
-// False, and noted for the host, when it is used up: the reference then names nothing.
-bool reference_work_is_spent();
-[[nodiscard]] inline bool spend_reference_work(uint64_t work) {
-    // Without a message there is no budget; a list is then the caller's own.
-    if (parser_state.tpSMIL_Union == nullptr) return true;
-    if (work > parser_state.reference_budget) return reference_work_is_spent();
-    parser_state.reference_budget -= work;
-    return true;
+// Takes `work` off what references may still cost in the message held; see pay().
+[[nodiscard]] inline bool pay_for_reference(uint64_t work) {
+    return pay(parser_state.references, work, "more references than can be looked up");
 }
 
 }  // namespace mmskit

@@ -18,7 +18,7 @@ const tSMIL_Region* find_exact(TextView id) {
         if (region->Id != nullptr && *region->Id == *id.data &&
             std::strncmp(region->Id, id.data, id.size) == 0 && region->Id[id.size] == '\0')
             break;
-        if (!spend_reference_work(work)) return nullptr;
+        if (!pay_for_reference(work)) return nullptr;
     }
     return region;
 }

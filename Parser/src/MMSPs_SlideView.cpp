@@ -156,9 +156,9 @@ int32_t fnPAR_SmilParserEntry(const uint8_t* pdu, int32_t length) {
     if (message == nullptr) return 0;
     parser_state.tpSMIL_Union = message;
     parser_state.tpSMIL_Element = message->pMediaList;
-    parser_state.copy_budget =
+    parser_state.copies.left =
         limits::slide_copy_base + limits::slide_copy_factor * static_cast<uint64_t>(length);
-    parser_state.reference_budget = limits::reference_work;
+    parser_state.references.left = limits::reference_work;
     prepare_parts(message->pMediaList);
     const int32_t laid_out = lay_out(message);
     if (laid_out == 0 && parser_state.problem.reason == nullptr)

@@ -24,6 +24,23 @@ struct Problem {
     const void* at;
 };
 
+// What something that a message can repeat may still cost, in bytes or steps.
+struct Budget {
+    uint64_t left;
+};
+
+// What a part is found by, in the order in which it is tried.
+enum class NameTest : uint8_t { none, location, name, content_id, cid };
+
+// The reference that was looked up last among those of one kind, and where that came to. Borrows
+// the message's texts and parts.
+struct LookUp {
+    TextView id;                      // no text: none yet
+    tMMS_MediaData* first = nullptr;  // the first part that it names, or null
+    tMMS_MediaData* next = nullptr;   // where those behind are looked for, or null at the end
+    NameTest found_by = NameTest::none;
+};
+
 // All module state beside the exported view; all-zero is idle.
 struct ParserState {
     // Cursor over the SMIL text. Nothing is read when bpSMIL_CurChar is null.
@@ -45,9 +62,11 @@ struct ParserState {
     tSMIL_Attachment* served_attachment;
     int32_t served_index;
     // Bytes that may still be copied onto slides (limits::slide_copy_base).
-    uint64_t copy_budget;
-    // Work that references into this message may still cost (limits::reference_work).
-    uint64_t reference_budget;
+    Budget copies;
+    // Steps that references into this message may still take (limits::reference_work).
+    Budget references;
+    // The last references to texts, to pictures and videos, and to sounds.
+    LookUp text, visual, audio;
     // What fnMMS_GetLastError will say of this message, and where in its body: why it failed or its
     // document broke off, else what a limit left out first.
     Problem problem;
@@ -64,6 +83,16 @@ void reset_parser_state();
 void note_problem(const char* reason, const void* at);
 // Notes that a limit left something out of the document where its cursor stands. The first counts.
 void note_limit(const char* reason);
+
+// Takes `work` off `budget` before it is done. False when it does not fit: all that was left is
+// gone, since that much was looked at, and the host is told of `limit`. Without a message there are
+// no limits: a list is then the caller's own.
+bool pay_beyond(Budget& budget, const char* limit);
+[[nodiscard]] inline bool pay(Budget& budget, uint64_t work, const char* limit) {
+    if (work > budget.left) return pay_beyond(budget, limit);
+    budget.left -= work;
+    return true;
+}
 
 }  // namespace mmskit
 
