@@ -88,24 +88,16 @@ bool find_media(tSMIL_Media& el, TextView id, LookUp& look_up) {
     return true;
 }
 
-// `word` is lower case.
-bool equals_ignoring_case(const char* text, const char* word) {
-    for (; *text != '\0' || *word != '\0'; ++text, ++word) {
-        const char c = *text;
-        if ((c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c) != *word) return false;
-    }
-    return true;
-}
-
-// True when `text` is a leading part of `word`, empty or whole.
-bool begins_word(const char* text, const char* word) {
+// What `text`, in either case, leaves of `word`, which is lower case; null when it is no leading
+// part of it.
+const char* rest_of_word(const char* text, const char* word) {
     for (; *text != '\0'; ++text, ++word) {
         const char c = *text;
         if (*word == '\0' ||
             (c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c) != *word)
-            return false;
+            return nullptr;
     }
-    return true;
+    return word;
 }
 
 }  // namespace
@@ -168,15 +160,20 @@ int32_t SmilGetVideoDataById(tSMIL_Media* el, const char* id) {
 
 int32_t fnPAR_IsPlayedMedia(const char* contentType) {
     if (contentType == nullptr) return kind_unknown;
-    if (equals_ignoring_case(contentType, "text/plain")) return kind_text;
-    // QUIRK only_bare_words_are_playable: the type must be a leading part of the word, so that
-    // "image/jpeg" is no image here. Without SMIL, media are therefore listed as attachments.
+    // QUIRK only_bare_words_are_playable: but for texts the type must be a leading part of the
+    // word, so that "image/jpeg" is no image here. Without SMIL, media are therefore listed as
+    // attachments.
     constexpr struct {
         const char* word;
         MediaKind kind;
-    } words[] = {{"image", kind_image}, {"audio", kind_audio}, {"video", kind_video}};
-    for (const auto& row : words)
-        if (begins_word(contentType, row.word)) return row.kind;
+    } words[] = {{"text/plain", kind_text},
+                 {"image", kind_image},
+                 {"audio", kind_audio},
+                 {"video", kind_video}};
+    for (const auto& row : words) {
+        const char* rest = rest_of_word(contentType, row.word);
+        if (rest != nullptr && (*rest == '\0' || row.kind != kind_text)) return row.kind;
+    }
     return kind_other;
 }
 

@@ -215,9 +215,18 @@ bool add_slide_element(const Tag& tag) {
     }
 }
 
-// The value of a `param` of this name; no text when it has another name, no value, or there is no
-// slide to take it.
-TextView param_value(const Tag& tag, TextView wanted) {
+// A `param` that colours the current slide.
+struct ColourParam {
+    const char* name;
+    int32_t tSMIL_Par::*is_given;
+    uint32_t tSMIL_Par::*colour;
+};
+constexpr ColourParam background{"background-color", &tSMIL_Par::IsBgColor, &tSMIL_Par::bgColor};
+constexpr ColourParam foreground{"foreground-color", &tSMIL_Par::IsForeColor,
+                                 &tSMIL_Par::foreColor};
+
+// Nothing is done for another name, without a value, or without a slide to take it.
+void read_colour(const Tag& tag, const ColourParam& wanted) {
     TextView name;
     TextView value;
     Attributes attributes(tag);
@@ -225,26 +234,13 @@ TextView param_value(const Tag& tag, TextView wanted) {
         if (a->index == attr_name) name = a->value;
         if (a->index == attr_value) value = a->value;
     }
-    return tSMIL_ViewStruct.CurPar != nullptr && is_named(name, wanted) ? value : TextView();
-}
-
-void read_background(const Tag& tag) {
-    const TextView value = param_value(tag, "background-color");
-    if (value.data == nullptr) return;
-    log_line("paramValue:%.*s", static_cast<int>(value.size), value.data);
-    tSMIL_Par& par = *tSMIL_ViewStruct.CurPar;
-    par.IsBgColor = 1;
-    par.bgColor = colour_value(value);
-    log_line("tSMIL_ViewStruct.CurPar->bgColor:%x", par.bgColor);
-}
-
-void read_foreground(const Tag& tag) {
-    const TextView value = param_value(tag, "foreground-color");
-    if (value.data == nullptr) return;
-    tSMIL_Par& par = *tSMIL_ViewStruct.CurPar;
-    par.IsForeColor = 1;
-    par.foreColor = colour_value(value);
-    log_line("tSMIL_ViewStruct.CurPar->foreColor:%x", par.foreColor);
+    tSMIL_Par* par = tSMIL_ViewStruct.CurPar;
+    if (par == nullptr || value.data == nullptr || !is_named(name, wanted.name)) return;
+    if (&wanted == &background)
+        log_line("paramValue:%.*s", static_cast<int>(value.size), value.data);
+    par->*wanted.is_given = 1;
+    par->*wanted.colour = colour_value(value);
+    if (&wanted == &background) log_line("tSMIL_ViewStruct.CurPar->bgColor:%x", par->bgColor);
 }
 
 // ---- Body and head ------------------------------------------------------------------------
@@ -356,7 +352,7 @@ int32_t SmilParsePar(void) {
     while (next_tag(tag)) {
         if (tag.closes(tag_par)) return par_closed;
         if (tag.opens(tag_par)) return par_nested;
-        if (tag.is(tag_param)) read_background(tag);
+        if (tag.is(tag_param)) read_colour(tag, background);
         if (!add_slide_element(tag)) return par_failed;
     }
     return par_failed;
@@ -366,7 +362,7 @@ int32_t SmilParseText(void) {
     Tag tag;
     while (next_tag(tag)) {
         if (tag.is(tag_text)) return 1;
-        if (tag.is(tag_param)) read_foreground(tag);
+        if (tag.is(tag_param)) read_colour(tag, foreground);
     }
     return 0;
 }
