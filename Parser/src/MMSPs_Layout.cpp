@@ -107,13 +107,14 @@ void place(Element& el, int32_t height) {
 // dropped: nothing could refer to it. False when the layout cannot go on.
 template <typename Element>
 [[nodiscard]] bool show_next(Queue& queue, const Element& prepared,
-                             int32_t (*look_up)(Element*, const char*), int32_t (*add)(Element*)) {
+                             bool (*find)(Element&, TextView, LookUp&), LookUp& look_up,
+                             int32_t (*add)(Element*)) {
     const char* name = part_name(*queue.pop());
     if (name == nullptr) return true;
     auto* el = new_record<Element>();
     if (el == nullptr) return false;
     *el = prepared;
-    if (look_up(el, name) == 0) {
+    if (!find(*el, name, look_up)) {
         free_element(el);
         return false;
     }
@@ -134,21 +135,24 @@ template <typename Element>
     if (!queues.text.empty()) {
         tSMIL_Text text{};
         place(text, text_height);
-        if (!show_next(queues.text, text, SmilGetTextDataById, SmilAddText)) return false;
+        if (!show_next(queues.text, text, find_text, parser_state.text, SmilAddText)) return false;
     }
     if (has_image) {
         tSMIL_Media image{};
         image.End = media_end;
         place(image, image_height);
-        if (!show_next(queues.image, image, SmilGetImgDataById, SmilAddImg)) return false;
+        if (!show_next(queues.image, image, find_visual, parser_state.visual, SmilAddImg))
+            return false;
     }
     if (has_audio) {
         tSMIL_Audio audio{};
         audio.End = media_end;
-        if (!show_next(queues.audio, audio, SmilGetAudioDataById, SmilAddAudio)) return false;
+        if (!show_next(queues.audio, audio, find_audio, parser_state.audio, SmilAddAudio))
+            return false;
     }
     if (!queues.video.empty() && !has_image && !has_audio)
-        return show_next(queues.video, tSMIL_Media{}, SmilGetVideoDataById, SmilAddVideo);
+        return show_next(queues.video, tSMIL_Media{}, find_visual, parser_state.visual,
+                         SmilAddVideo);
     return true;
 }
 

@@ -17,8 +17,10 @@ uint64_t copy_room() {
     return parser_state.tpSMIL_Union != nullptr ? parser_state.copies.left : UINT64_MAX;
 }
 
+constexpr char copy_limit[] = "more text than is copied onto slides";
+
 bool pay_for_copy(uint64_t bytes) {
-    return pay(parser_state.copies, bytes, "more text than is copied onto slides");
+    return pay(parser_state.copies, bytes, copy_limit);
 }
 
 // Never reads further than the budget reaches.
@@ -34,7 +36,11 @@ char* copy_within_budget(const char* text) {
 // fails is a failure; bytes that cannot be copied, for want of memory or budget, leave no text.
 [[nodiscard]] bool copy_part_text(const tMMS_MediaData& part, OwnedText& text) {
     const uint64_t source = uint64_t{part.iDataLen} + 1;
-    if (!pay_for_copy(source)) return true;
+    if (source > copy_room()) {  // a shorter text may still fit
+        note_limit(copy_limit);
+        return true;
+    }
+    (void)pay_for_copy(source);
     if (part.bHasCharset != 1) {
         text.reset(copy_text(part.pData, part.iDataLen));
         return true;
@@ -77,17 +83,6 @@ void fill_type(tSMIL_Media& el, tMMS_MediaData& part) {
     }
 }
 
-bool find_media(tSMIL_Media& el, TextView id, LookUp& look_up) {
-    if (!can_look_up(id)) return false;
-    tMMS_MediaData* part = take_part(look_up, parser_state.tpSMIL_Element, id);
-    if (part == nullptr || part->pData == nullptr) return true;
-    fill_type(el, *part);
-    replace_owned(el.Name, copy_within_budget(part_name(*part)));
-    el.Data = part->pData;
-    el.Length = static_cast<int32_t>(part->iDataLen);
-    return true;
-}
-
 // What `text`, in either case, leaves of `word`, which is lower case; null when it is no leading
 // part of it.
 const char* rest_of_word(const char* text, const char* word) {
@@ -102,9 +97,20 @@ const char* rest_of_word(const char* text, const char* word) {
 
 }  // namespace
 
-bool find_text(tSMIL_Text& el, TextView id) {
+bool find_visual(tSMIL_Media& el, TextView id, LookUp& look_up) {
     if (!can_look_up(id)) return false;
-    const tMMS_MediaData* part = take_part(parser_state.text, parser_state.tpSMIL_Element, id);
+    tMMS_MediaData* part = take_part(look_up, parser_state.tpSMIL_Element, id);
+    if (part == nullptr || part->pData == nullptr) return true;
+    fill_type(el, *part);
+    replace_owned(el.Name, copy_within_budget(part_name(*part)));
+    el.Data = part->pData;
+    el.Length = static_cast<int32_t>(part->iDataLen);
+    return true;
+}
+
+bool find_text(tSMIL_Text& el, TextView id, LookUp& look_up) {
+    if (!can_look_up(id)) return false;
+    const tMMS_MediaData* part = take_part(look_up, parser_state.tpSMIL_Element, id);
     if (part == nullptr || part->pData == nullptr) return true;
     OwnedText text;
     if (!copy_part_text(*part, text)) return false;
@@ -112,18 +118,14 @@ bool find_text(tSMIL_Text& el, TextView id) {
     return true;
 }
 
-bool find_visual(tSMIL_Media& el, TextView id) {
-    return find_media(el, id, parser_state.visual);
-}
-
 // A sound is what a picture is but for its place, up to these bytes.
-bool find_audio(tSMIL_Audio& el, TextView id) {
+bool find_audio(tSMIL_Audio& el, TextView id, LookUp& look_up) {
     constexpr size_t common = offsetof(tSMIL_Media, Left);
     static_assert(offsetof(tSMIL_Audio, DrmInfo2) == offsetof(tSMIL_Media, DrmInfo2) &&
                   offsetof(tSMIL_Media, DrmInfo2) + sizeof el.DrmInfo2 == common);
     tSMIL_Media media{};
     std::memcpy(&media, &el, common);
-    const bool found = find_media(media, id, parser_state.audio);
+    const bool found = find_visual(media, id, look_up);
     std::memcpy(&el, &media, common);
     return found;
 }
@@ -143,19 +145,23 @@ tMMS_MediaData* SmilGetElementById(tMMS_MediaData* list, const char* id) {
 }
 
 int32_t SmilGetTextDataById(tSMIL_Text* el, const char* id) {
-    return el != nullptr && find_text(*el, id) ? 1 : 0;
+    LookUp look_up;
+    return el != nullptr && find_text(*el, id, look_up) ? 1 : 0;
 }
 
 int32_t SmilGetImgDataById(tSMIL_Media* el, const char* id) {
-    return el != nullptr && find_visual(*el, id) ? 1 : 0;
+    LookUp look_up;
+    return el != nullptr && find_visual(*el, id, look_up) ? 1 : 0;
 }
 
 int32_t SmilGetAudioDataById(tSMIL_Audio* el, const char* id) {
-    return el != nullptr && find_audio(*el, id) ? 1 : 0;
+    LookUp look_up;
+    return el != nullptr && find_audio(*el, id, look_up) ? 1 : 0;
 }
 
 int32_t SmilGetVideoDataById(tSMIL_Media* el, const char* id) {
-    return el != nullptr && find_visual(*el, id) ? 1 : 0;
+    LookUp look_up;
+    return el != nullptr && find_visual(*el, id, look_up) ? 1 : 0;
 }
 
 int32_t fnPAR_IsPlayedMedia(const char* contentType) {

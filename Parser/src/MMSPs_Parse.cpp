@@ -108,14 +108,18 @@ void take_layout(const tSMIL_Layout& layout) {
 
 template <typename Element>
 struct ElementKind {
-    bool (*find)(Element&, TextView);
+    bool (*find)(Element&, TextView, LookUp&);
+    LookUp ParserState::*look_up;
     int32_t (*add)(Element*);
     const char* add_error;
 };
-constexpr ElementKind<tSMIL_Text> text_kind{find_text, SmilAddText, nullptr};
-constexpr ElementKind<tSMIL_Media> img_kind{find_visual, SmilAddImg, "SmilAddImg error"};
-constexpr ElementKind<tSMIL_Audio> audio_kind{find_audio, SmilAddAudio, nullptr};
-constexpr ElementKind<tSMIL_Media> video_kind{find_visual, SmilAddVideo, nullptr};
+constexpr ElementKind<tSMIL_Text> text_kind{find_text, &ParserState::text, SmilAddText, nullptr};
+constexpr ElementKind<tSMIL_Media> img_kind{find_visual, &ParserState::visual, SmilAddImg,
+                                            "SmilAddImg error"};
+constexpr ElementKind<tSMIL_Audio> audio_kind{find_audio, &ParserState::audio, SmilAddAudio,
+                                              nullptr};
+constexpr ElementKind<tSMIL_Media> video_kind{find_visual, &ParserState::visual, SmilAddVideo,
+                                              nullptr};
 
 template <typename Element>
 void place_in_region(Element& element, TextView id) {
@@ -136,7 +140,7 @@ bool read_element(Element& element, const ElementKind<Element>& kind, Attributes
             case attr_src:
                 // With several each is looked up; the first in the document that names a part is
                 // shown.
-                if (!kind.find(element, a->value)) return false;
+                if (!kind.find(element, a->value, parser_state.*kind.look_up)) return false;
                 break;
             case attr_region:
                 place_in_region(element, a->value);

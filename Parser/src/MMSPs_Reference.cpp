@@ -130,7 +130,9 @@ bool find_next(LookUp& look_up, const Wanted& whole) {
 // names do not change, and what stands between the two was marked by then.
 tMMS_MediaData* choose(LookUp& look_up, tMMS_MediaData* list, TextView id) {
     const Wanted whole(id);
-    if (!same_pattern(look_up.id, id)) {
+    if (same_pattern(look_up.id, id)) {
+        if (!pay_for_reference(1)) return nullptr;
+    } else {
         look_up = {};
         look_up.id = id;
         if (!find_first(look_up, list, whole)) return nullptr;

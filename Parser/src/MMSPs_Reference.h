@@ -13,7 +13,7 @@ namespace mmskit {
 
 // The part that `id` names, marked IsSmil and counted, or null. Parts of one name are handed out
 // in turn; when all are marked the first is given again. `look_up` is empty or of the reference
-// before, over the same list.
+// before, over the same list, whose text it still holds then.
 tMMS_MediaData* take_part(LookUp& look_up, tMMS_MediaData* list, TextView id);
 
 // Takes `work` off what references may still cost in the message held; see pay().

@@ -255,10 +255,11 @@ int32_t number_value(TextView text);
 int32_t time_value(TextView text);
 uint32_t colour_value(TextView text);
 
-// What the look-ups by name do, for a name that stands in the text.
-bool find_text(tSMIL_Text& el, TextView id);
-bool find_visual(tSMIL_Media& el, TextView id);  // an image or a video
-bool find_audio(tSMIL_Audio& el, TextView id);
+// What the look-ups by name do, for a name that stands in the text: of texts, of images and videos,
+// and of sounds. `look_up` keeps it for the next (take_part).
+bool find_text(tSMIL_Text& el, TextView id, LookUp& look_up);
+bool find_visual(tSMIL_Media& el, TextView id, LookUp& look_up);
+bool find_audio(tSMIL_Audio& el, TextView id, LookUp& look_up);
 bool find_region_rect(int32_t out[4], TextView id);
 
 // SmilParseLayout into the caller's record.

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <list>
 #include <string>
 #include <vector>
 
@@ -34,9 +35,11 @@ struct Parts : std::vector<tMMS_MediaData> {
     }
     // The number of the part that a reference takes; -1 for none.
     long take(const std::string& id) {
-        const tMMS_MediaData* part = mmskit::take_part(data(), id.c_str());
+        ids.push_back(id);
+        const auto* part = mmskit::take_part(parser_state.visual, data(), ids.back().c_str());
         return part != nullptr ? part - data() : -1;
     }
+    std::list<std::string> ids;
 };
 
 // References, each with the number of the part that it takes, one after another.
