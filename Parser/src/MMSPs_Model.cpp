@@ -8,7 +8,7 @@ tSMIL_View tSMIL_ViewStruct;
 
 namespace mmskit {
 
-ParserState parser_state;
+constinit ParserState parser_state{};
 
 namespace {
 

@@ -63,9 +63,7 @@ class Owned {
 
   private:
     [[gnu::always_inline]] static void free(T* p) {
-        constexpr bool looks_itself = std::is_same_v<Free, PlainFree>;
-        const bool known = __builtin_constant_p(p == nullptr) != 0;  // after release(), say
-        if ((looks_itself && !known) || p != nullptr) Free{}(p);
+        if (std::is_same_v<Free, PlainFree> || p != nullptr) Free{}(p);
     }
 
     T* p_ = nullptr;
