@@ -86,9 +86,9 @@ class BoundedReader {
     [[gnu::noinline]] Slice text() {
         const Slice rest{here(), static_cast<size_t>(remaining())};
         const void* nul = rest.size != 0 ? std::memchr(rest.data, 0, rest.size) : nullptr;
-        const size_t size =
-            nul != nullptr ? static_cast<size_t>(static_cast<const uint8_t*>(nul) - rest.data)
-                           : rest.size;
+        const size_t size = nul != nullptr
+                                ? static_cast<size_t>(static_cast<const uint8_t*>(nul) - rest.data)
+                                : rest.size;
         // A text is no longer than memory, so this stays far from the end of the numbers.
         position_ += static_cast<uint64_t>(size) + 1;
         return {rest.data, size};
