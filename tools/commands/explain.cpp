@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 
@@ -49,6 +50,12 @@ std::optional<Flaw> exact_refusal(const AnatomyOwner& anatomy) {
     }
 }
 
+// What is lost already needs no mending to be told.
+bool anything_lost(const tMMS_Anatomy& anatomy) {
+    return std::any_of(anatomy.pNotes, anatomy.pNotes + anatomy.iNotes,
+                       [](const tMMS_Note& note) { return note.iFlaw == MMS_FLAW_LOST; });
+}
+
 bool colour_wanted() {
     const char* const refused = std::getenv("NO_COLOR");
     return isatty(STDOUT_FILENO) != 0 && (refused == nullptr || refused[0] == '\0');
@@ -66,10 +73,11 @@ int explain(const ExplainOptions& options) {
         write_output(explain_json(*anatomy, style.at));
     } else {
         style.colour = colour_wanted();
-        style.refusal = exact_refusal(anatomy);
+        if (!style.at) style.refusal = exact_refusal(anatomy);
         write_output(explain_text(*anatomy, style));
     }
     if (anatomy->iMessage == MMS_MESSAGE_NONE) throw Failure(name + ": " + no_message(*anatomy));
+    if (anatomy->iMessage < MMS_MESSAGE_SI && anything_lost(*anatomy)) return exit_lost;
     try {
         const OpenMessage message(std::move(bytes), Reading::tolerant, std::move(anatomy));
         return exit_status(message.facts());

@@ -47,7 +47,7 @@ void write_pdu(const RespondOptions& options, uint8_t* pdu, uint32_t size) {
 class Answered {
   public:
     explicit Answered(const std::string& file) : file_(file) {
-        if (!file.empty()) message_ = open_message(file);
+        if (!file.empty()) message_ = open_message(file, Reading::outline);
     }
 
     // What the option gave, else what the header says.

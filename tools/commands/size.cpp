@@ -32,7 +32,7 @@ std::vector<Row> rows_of(const tMMS_Anatomy& anatomy) {
 }
 
 void size(const SizeOptions& options) {
-    const auto message = open_message(options.file);
+    const auto message = open_message(options.file, Reading::outline);
     const std::size_t whole = message->facts().size;
     std::vector<Row> rows = rows_of(message->anatomy());
     std::size_t parts = 0;

@@ -37,7 +37,7 @@ class Explanation {
             if (refused_in(i)) add_refusal();
             add_node(node, is_leaf(i));
         }
-        if (style_.refusal && !told_ && !style_.at) add_refusal();
+        if (style_.refusal && !told_) add_refusal();
         return std::move(out_);
     }
 
@@ -63,7 +63,7 @@ class Explanation {
 
     // The exact decoder stopped at this leaf, or at this header before its value.
     [[nodiscard]] bool refused_in(uint32_t index) const {
-        if (!style_.refusal || told_ || style_.at) return false;
+        if (!style_.refusal || told_) return false;
         const tMMS_Node& node = anatomy_.pNodes[index];
         const std::size_t stop = anatomy_.iMessageOffset + style_.refusal->offset.value_or(0);
         return node.iLayer == anatomy_.iMessageLayer && node.iOffset >= stop;

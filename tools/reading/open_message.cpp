@@ -81,17 +81,27 @@ OpenMessage::OpenMessage(std::vector<uint8_t> bytes, Reading reading, AnatomyOwn
     facts_.size = bytes_.size();
     if (bytes_.empty()) throw Flaw{"the file is empty", std::nullopt};
     if (anatomy_ == nullptr) anatomy_ = dissect(bytes_);
-    reading == Reading::exact ? open_exact() : open_tolerant();
+    if (reading == Reading::outline)
+        open_outline();
+    else
+        reading == Reading::exact ? open_exact() : open_tolerant();
     bound_repeated_names(facts_);
 }
 
 OpenMessage::~OpenMessage() = default;
 
-void OpenMessage::open_tolerant() {
+void OpenMessage::open_outline() {
     if (anatomy_->iMessage == MMS_MESSAGE_NONE) throw Flaw{no_message(*anatomy_), std::nullopt};
+    facts_.kind = anatomy_->pKind;
+    if (anatomy_->iMessage >= MMS_MESSAGE_SI) return open_push();
+    facts_.headers = header_facts(*anatomy_);
+    if (anatomy_->iMessageType == 0x84) add_default_reports(facts_);
+}
+
+void OpenMessage::open_tolerant() {
+    open_outline();
     mended_.reset(fnMMS_Mend(anatomy_.get()));
     if (mended_ == nullptr) throw std::bad_alloc();
-    facts_.kind = anatomy_->pKind;
     for (uint32_t i = 0; i < anatomy_->iLayers; ++i) {
         const tMMS_Layer& layer = anatomy_->pLayers[i];
         facts_.layers.push_back({layer.pName, layer.iLength, layer.iParent});
@@ -101,9 +111,7 @@ void OpenMessage::open_tolerant() {
         facts_.notes.push_back(
             {note_kind(note.iFlaw), note.iByte, note.iBytes, note.iLayer, note.pText});
     }
-    if (anatomy_->iMessage >= MMS_MESSAGE_SI) return open_push();
-    facts_.headers = header_facts(*anatomy_);
-    if (anatomy_->iMessageType == 0x84) add_default_reports(facts_);
+    if (anatomy_->iMessage >= MMS_MESSAGE_SI) return;
     facts_.parts.reserve(anatomy_->iParts);
     for (uint32_t i = 0; i < anatomy_->iParts; ++i)
         facts_.parts.push_back(part_fact(anatomy_->pParts[i]));

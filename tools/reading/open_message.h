@@ -15,8 +15,9 @@
 
 namespace mmskit_tool {
 
-// `exact`: what the exact decoders alone make of the bytes.
-enum class Reading { tolerant, exact };
+// `exact`: what the exact decoders alone make of the bytes. `outline`: the kind, the headers and,
+// in anatomy(), where the parts stand; nothing is mended or laid out.
+enum class Reading { tolerant, exact, outline };
 
 using AnatomyOwner = std::shared_ptr<const tMMS_Anatomy>;
 
@@ -52,6 +53,7 @@ class OpenMessage {
     struct RecordRelease {
         void operator()(tMMS_RetrieveConf* record) const;
     };
+    void open_outline();
     void open_tolerant();
     void open_push();
     void lay_out_mended();
