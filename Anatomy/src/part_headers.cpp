@@ -177,7 +177,7 @@ const Parameter* find_parameter(uint8_t code) {
     return nullptr;
 }
 
-std::string parameter_name(uint8_t code) {
+std::string shown_parameter(uint8_t code) {
     const Parameter* const parameter = find_parameter(code);
     return parameter != nullptr ? parameter->name : "parameter " + hex_octet(code);
 }
@@ -248,7 +248,7 @@ void read_parameters(Tree& tree, Cursor& in, uint32_t depth, ContentType& type) 
         std::string shown;
         if (code >= 0x80) {
             in.skip(1);
-            if (!tree.full()) name = parameter_name(code);
+            if (!tree.full()) name = shown_parameter(code);
             if (in.done())
                 type.cut = true;
             else
