@@ -1,5 +1,5 @@
 // What `mmskit preview` writes, as bytes. How the pages behave in a browser, their times, places,
-// colours and policy, is held in tests/browser.
+// colours, media and policy, is held in tests/browser.
 #include <gtest/gtest.h>
 
 #include "tests/tools/tool_runner.h"
@@ -44,16 +44,6 @@ string body(const string& type, const string& name, const string& data) {
 
 string example(const string& name) {
     return file_bytes(MMSKIT_SOURCE_DIR "/examples/" + name);
-}
-
-TEST_F(Preview, media_stand_in_the_page_as_they_came) {
-    const string html = page(example("postcard.mms"));
-    EXPECT_EQ(from_base64(between(html, "data:image/jpeg;base64,", "\"")),
-              example("media/sunset.jpg"));
-    EXPECT_EQ(from_base64(between(html, "data:audio/mpeg;base64,", "\"")),
-              example("media/surf.mp3"));
-    EXPECT_EQ(from_base64(between(html, "data:application/octet-stream;base64,", "\"")),
-              example("media/zoe.vcf"));
 }
 
 TEST_F(Preview, text_and_names_never_become_markup) {
