@@ -13,6 +13,7 @@ TEST(NoXmlPush, text_is_refused_with_a_reason_and_left_as_it_is) {
                     &lines);
     std::string text = "<?xml version='1.0'?><sl href='a'/>";
     EXPECT_EQ(fnMMSPush_DecodeXmlSl(text.data(), 35), nullptr);
+    fnMMSPush_ReleaseXml();
     EXPECT_EQ(text, "<?xml version='1.0'?><sl href='a'/>");
     EXPECT_EQ(lines, "push documents as XML text are not in this build");
     lines.clear();

@@ -209,7 +209,7 @@ TEST(NullArguments, encoders_and_push) {
     const testing_support::NoLeak check;
     ALL_FAIL(0, fnMMS_MakeSendMessagePdu, fnMMS_MakeFWDMessagePdu, fnMMS_MakeNotifyRespPdu,
              fnMMS_MakeAcknowledgePdu, fnMMS_MakeReadReportPdu, fnMMS_MakeReadRecIndPdu,
-             fnMMSPush_DecodeSic, fnMMSPush_DecodeSlc, fnMMSPush_DecodeXmlSic,
+             fnMMSPush_DecodeSic, fnMMSPush_DecodeSlc, ParseCharTime, fnMMSPush_DecodeXmlSic,
              fnMMSPush_DecodeXmlSl);
     const auto of_no_text = [](void (*encode)(uint8_t**, const char*)) {
         uint8_t room[20];

@@ -162,11 +162,12 @@ TEST_F(PushXml, declarations_characters_and_references) {
           "<?xml version='1.0' encoding=''?>", "<?xml version='1.0'encoding='utf-8'?>",
           "<?xml encoding='utf-8'?>", "<?xml version='1.0\"?>", "<?xml version='1 0'?>",
           "<?xml version=1.0?>", "<?xml version '1.0'?>", "<?xml version='1.0'>",
-          "<?XML version='1.0'?>", "\xEF\xBB\xBF\xEF\xBB\xBF"})
+          "<?XML version='1.0'?>", "<?NSL a?>", "\xEF\xBB\xBF\xEF\xBB\xBF"})
         EXPECT_EQ(read_after(declaration, "t"), "null") << declaration;
-    for (const char* text : {"& x", "&#6A;", "&#xG;", "&#65", "&x", "\x80", "\xC1\xBF", "\xC3",
-                             "\xE0\x9F\xBF", "\xED\xA0\x80", "\xEF\xBF\xBE", "\xF0\x8F\xBF\xBF",
-                             "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE2\x82|"})
+    for (const char* text :
+         {"& x", "&#6A;", "&#xG;", "&#xg;", "&#x/;", "&#65", "&x", "\x80", "\xC1\xBF", "\xC3",
+          "\xE0\x9F\xBF", "\xED\xA0\x80", "\xEF\xBF\xBE", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80",
+          "\xF5\x80\x80\x80", "\xE2\x82|"})
         EXPECT_EQ(read_after("", text), "null") << text;
     for (const char* text : {"\xC2\x86", "\xC2\x84"})
         EXPECT_EQ(read_after("<?xml version='1.1'?>", text), "null") << text;
@@ -269,19 +270,22 @@ TEST_F(PushXml, a_document_leaves_nothing_to_the_next) {
     fnMMSPush_ReleaseXml();
 }
 
-TEST_F(PushXml, memory_that_runs_out_is_survived) {
+TEST_F(PushXml, cuts_and_memory_that_runs_out_are_survived) {
     std::string many;
     for (int i = 0; i < 40; ++i)
         many += print(" a%d='&#xFa;'", i);
-    for (const std::string& document :
-         {"<si><indication" + many + " href='h&amp;i' si-id='j'>t<![CDATA[u]]></indication></si>",
-          "<sl" + many + " href='h'/>"})
+    const std::string si =
+        "<si><indication" + many + " href='h&amp;i' si-id='j'>t<![CDATA[u]]></indication></si>";
+    for (const std::string& document : {si, "<sl" + many + " href='h'/>"}) {
+        for (size_t n = 0; n < document.size(); ++n)
+            EXPECT_EQ(decode_xml_si(document.substr(0, n)), "null") << "cut to " << n;
         fail_each_allocation([&document] {
             const std::string facts = decode_xml_si(document) + decode_xml_sl(document);
             EXPECT_TRUE(facts == "href=h&i id=j text=tu 166null" || facts.ends_with("null") ||
                         facts == "166href=h 166" || facts == "nullhref=h 166")
                 << facts;
         });
+    }
 }
 
 }  // namespace
