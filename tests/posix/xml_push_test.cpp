@@ -272,7 +272,7 @@ TEST_F(PushXml, a_document_leaves_nothing_to_the_next) {
 
 TEST_F(PushXml, cuts_and_memory_that_runs_out_are_survived) {
     std::string many;
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 20; ++i)
         many += print(" a%d='&#xFa;'", i);
     const std::string si =
         "<si><indication" + many + " href='h&amp;i' si-id='j'>t<![CDATA[u]]></indication></si>";
