@@ -74,6 +74,10 @@ TEST(Request, encoding_rules) {
          "8C 87 8D 92 8B 'M' 00 89 01 81 97 'a@' 00 85 04 80 00 00 01 9B 81"},
         {"any_other_status_is_read", made<fnMMS_MakeReadRecIndPdu>(&other),
          "8C 87 8D 92 8B 'M' 00 89 01 81 97 'a@' 00 85 01 09 9B 80"},
+        {"no_answer_is_reported", made<fnMMS_MakeNotifyRespPdu>("T1", 0, 0x82),
+         "8C 83 98 'T1' 00 8D 92 91 81 95 82"},
+        {"a_report_of_reading", made<fnMMS_MakeReadReportPdu>("T1", "1", "\xC3"),
+         head + relay + "97 '1'" + phone + "96 04 EA 7F C3 00 8A 83 86 81 90 81 84 A3 00"},
         {"no_message_id", made<fnMMS_MakeReadRecIndPdu>(&nameless), "'null 77'"},
         {"no_recipient", made<fnMMS_MakeReadReportPdu>("T1", nullptr, "r"), "'null 77'"},
     };

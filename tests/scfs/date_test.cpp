@@ -70,10 +70,14 @@ TEST(HttpDate, parse_date_ignores_time) {
         {"Sun, 06 Nov 1994 08:49:37 GMT", midnight},
         {"\t" + long_word + "\r\n+6 Nov 1994" + long_word, midnight},
         {"x 4294967302Nov 1994x", midnight},
+        {"x -4294967290 Nov 1994 t", midnight},
         {"Sun, 06 nov 1994 08:49:37", -1},
         {"Sun, 06 Nov 1994 ", -1}};
     for (const auto& [text, seconds] : cases)
         EXPECT_EQ(parse_date_str(text.c_str()), seconds) << text.substr(0, 40);
+    for (const char* text : {"", "x", "x :", "x /", "x 1", "x 1 Nov", "x 1 Nov :", "x 1 Nov /",
+                             "x 1 Nov 2", "x 1 November 1994 t"})
+        EXPECT_EQ(parse_date_str(text), -1) << text;
 }
 
 TEST(HttpDate, http_date_shifts_the_hour_alone) {
