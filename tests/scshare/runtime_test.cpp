@@ -33,7 +33,10 @@ TEST(Memory, BlocksAreZeroedKeptAndFreedByAddress) {
     p = static_cast<char*>(fnSC_Realloc_Local(p, size + 1));
     p[size] = '\0';
     EXPECT_EQ(taken(p), std::string(size, 'U'));
-    fail_each_allocation([] { taken(static_cast<char*>(fnSC_Realloc_Local(nullptr, 0))); });
+    fail_each_allocation([] {
+        void* block = fnSC_Realloc_Local(nullptr, 0);
+        fnSC_Free(&block);
+    });
     void* empty = fnSC_Malloc_Local(0);  // a live block that holds nothing
     EXPECT_NE(empty, nullptr);
     fnSC_Free(&empty);
