@@ -438,6 +438,9 @@ int32_t SmilInitInput(const char* text, int32_t length) {
     if (strnlen(text, size) < size) return 0;
     parser_state.bpSMIL_CurChar = text;
     parser_state.wSMIL_TotalSize = length;
+    // The references of the text before stand in it.
+    for (LookUp* last : {&parser_state.text, &parser_state.visual, &parser_state.audio})
+        *last = {};
     return 1;
 }
 
