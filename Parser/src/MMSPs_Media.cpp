@@ -139,28 +139,28 @@ extern "C" {
 // A reference that names no part gives a fresh record of no list, which the caller frees.
 tMMS_MediaData* SmilGetElementById(tMMS_MediaData* list, const char* id) {
     if (list == nullptr || id == nullptr || *id == '\0') return nullptr;
-    LookUp look_up;
+    LookUp look_up{};
     tMMS_MediaData* part = take_part(look_up, list, id);
     return part != nullptr ? part : new_record<tMMS_MediaData>();
 }
 
 int32_t SmilGetTextDataById(tSMIL_Text* el, const char* id) {
-    LookUp look_up;
+    LookUp look_up{};
     return el != nullptr && find_text(*el, id, look_up) ? 1 : 0;
 }
 
 int32_t SmilGetImgDataById(tSMIL_Media* el, const char* id) {
-    LookUp look_up;
+    LookUp look_up{};
     return el != nullptr && find_visual(*el, id, look_up) ? 1 : 0;
 }
 
 int32_t SmilGetAudioDataById(tSMIL_Audio* el, const char* id) {
-    LookUp look_up;
+    LookUp look_up{};
     return el != nullptr && find_audio(*el, id, look_up) ? 1 : 0;
 }
 
 int32_t SmilGetVideoDataById(tSMIL_Media* el, const char* id) {
-    LookUp look_up;
+    LookUp look_up{};
     return el != nullptr && find_visual(*el, id, look_up) ? 1 : 0;
 }
 

@@ -8,7 +8,7 @@ tSMIL_View tSMIL_ViewStruct;
 
 namespace mmskit {
 
-constinit ParserState parser_state{};
+ParserState parser_state;
 
 namespace {
 

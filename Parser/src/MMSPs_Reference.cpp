@@ -100,7 +100,7 @@ bool same_pattern(TextView a, TextView b) {
 
 // Looks for the first part that passes. False when the budget is used up.
 bool find_first(LookUp& look_up, tMMS_MediaData* list, const Wanted& whole) {
-    const Wanted cid(behind_cid(look_up.id));
+    const Wanted cid(behind_cid({look_up.id, look_up.id_size}));
     for (tMMS_MediaData* part = list; part != nullptr; part = part->pNext) {
         uint64_t compared = 0;
         look_up.found_by = first_passed(*part, whole, cid, compared);
@@ -130,11 +130,10 @@ bool find_next(LookUp& look_up, const Wanted& whole) {
 // names do not change, and what stands between the two was marked by then.
 tMMS_MediaData* choose(LookUp& look_up, tMMS_MediaData* list, TextView id) {
     const Wanted whole(id);
-    if (same_pattern(look_up.id, id)) {
+    if (same_pattern({look_up.id, look_up.id_size}, id)) {
         if (!pay_for_reference(1)) return nullptr;
     } else {
-        look_up = {};
-        look_up.id = id;
+        look_up = {id.data, id.size, nullptr, nullptr, NameTest::none};
         if (!find_first(look_up, list, whole)) return nullptr;
     }
     tMMS_MediaData* first = look_up.first;

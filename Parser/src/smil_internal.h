@@ -32,13 +32,14 @@ struct Budget {
 // What a part is found by, in the order in which it is tried.
 enum class NameTest : uint8_t { none, location, name, content_id, cid };
 
-// The reference that was looked up last among those of one kind, and where that came to. Borrows
-// the message's texts and parts.
+// The reference that was looked up last among those of one kind, and where that came to; all-zero
+// when there was none. Borrows the message's texts and parts.
 struct LookUp {
-    TextView id;                      // no text: none yet
-    tMMS_MediaData* first = nullptr;  // the first part that it names, or null
-    tMMS_MediaData* next = nullptr;   // where those behind are looked for, or null at the end
-    NameTest found_by = NameTest::none;
+    const char* id;
+    size_t id_size;
+    tMMS_MediaData* first;  // the first part that it names, or null
+    tMMS_MediaData* next;   // where those behind are looked for, or null at the end
+    NameTest found_by;
 };
 
 // All module state beside the exported view; all-zero is idle.
