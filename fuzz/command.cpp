@@ -1,5 +1,9 @@
-// The command's JSON input. Oracle: a description becomes a message that tells what was described.
+// The command's option parser and its JSON input. Oracle: a line is taken, or refused in one that
+// begins with the command's name; a description becomes a message that tells what was described.
+#include <array>
+
 #include "fuzz/harness.h"
+#include "ground/command_line.h"
 #include "writing/composition.h"
 #include "writing/message_encoder.h"
 
@@ -7,6 +11,76 @@ namespace {
 
 using namespace fuzz;
 using namespace mmskit_tool;
+
+struct Options {  // one of each kind
+    bool flag = false, other = false;
+    std::string file, kind, second;
+    std::optional<std::string> maybe;
+    std::vector<std::string> list;
+    std::vector<int32_t> numbers;
+    std::vector<Group> slides, parts;
+};
+
+void declare(Command& command, Options& options) {
+    command.word("FILE", &options.file, "a word").require();
+    command.word("SECOND", &options.second, "another");
+    command.flag("-f,--flag", options.flag, "a flag");
+    command.flag("--other", options.other, "another flag");
+    command.option("-k,--kind", options.kind, "KIND", "one of two").among({"si", "sl"});
+    command.option("-o,--maybe", options.maybe, "TEXT", "a text");
+    command.option("--list", options.list, "TEXT", "texts");
+    command.option("--numbers", options.numbers, "N", "numbers");
+    command.groups("--slide", options.slides, false, "KEY=VALUE", "slides");
+    command.groups("--part", options.parts, true, "FILE", "parts");
+    command.exclude("--flag", {"--other", "SECOND"});
+    command.need("--list", {"--maybe"});
+}
+
+int show(const Options& options) {
+    hold(!options.file.empty(), "the word that is required");
+    hold(!options.flag || !options.other, "what cannot both be given");
+    hold(options.list.empty() || options.maybe, "what needs another");
+    for (const std::string* text : {&options.file, &options.kind, &options.second})
+        tell(std::string_view(*text));
+    tell(options.maybe ? options.maybe->c_str() : nullptr);
+    for (const int32_t number : options.numbers)
+        tell(uint64_t(number));
+    for (const auto* groups : {&options.slides, &options.parts})
+        for (const Group& group : *groups)
+            for (const std::string& word : group)
+                tell(std::string_view(word));
+    return options.flag ? 1 : 0;
+}
+
+void run_options(Bytes bytes) {
+    constexpr const char* known[] = {
+        "one",       "two",  "FILE",         "--flag",      "-f",     "--other",   "--kind",
+        "-k",        "si",   "--maybe",      "-o",          "--list", "--numbers", "7",
+        "--slide",   "a=b",  "--part",       "--help",      "-h",     "--",        "-",
+        "--kind=sl", "-ksl", "--numbers=-1", "--slide=c=d", "-fo",    "--fl",      ""};
+    Input input{bytes};
+    std::vector<std::string> words{"mmskit"};
+    while (!input.rest.empty() && words.size() < 100) {
+        const uint8_t which = input.byte();
+        words.push_back(which < 0xC0 ? known[which % std::size(known)] : input.text());
+    }
+    std::vector<char*> line;
+    for (std::string& word : words)
+        line.push_back(word.data());
+    line.push_back(nullptr);
+    try {
+        Command mmskit("mmskit", "Two commands of the same options.");
+        mmskit.add(Command::of("one", "the first", declare, show));
+        mmskit.add(Command::of("two", "the second", declare, show));
+        const Asked asked = mmskit.parse(int(words.size()), line.data());
+        hold((asked.command == nullptr) != asked.help.empty(), "help or a command");
+        tell(asked.help.c_str());
+        if (asked.command != nullptr) tell(uint64_t(asked.command->run()));
+    } catch (const WrongUsage& wrong) {
+        tell(wrong.what());
+        hold(std::string_view(wrong.what()).starts_with("mmskit"), "who complains");
+    }
+}
 
 // Only files of the folder are read.
 bool stays_inside(const Description& description) {
@@ -73,7 +147,7 @@ void run_json(Bytes input) {
     }
 }
 
-constexpr fuzz::Target targets[] = {{"json", run_json}};
+constexpr fuzz::Target targets[] = {{"options", run_options, true}, {"json", run_json}};
 
 }  // namespace
 

@@ -1,4 +1,4 @@
-// WSP values, content types and character sets: what is written is read back, and two ways
+// WSP values, content types, character sets and dates: what is written is read back, and two ways
 // to the same result agree.
 #include <algorithm>
 #include <vector>
@@ -163,8 +163,30 @@ void run_charset(Bytes input) {
          "UCS-2, to UTF-8 and back");
 }
 
-constexpr Target targets[] = {
-    {"wsp", run_wsp}, {"content_type", run_content_type}, {"charset", run_charset}};
+void run_dates(Bytes bytes) {
+    Input input{bytes};
+    const uint32_t seconds = input.number(), more = input.number();
+    tSCFS_DateTime date{};
+    GETJULIANDATE(seconds, &date);
+    if (date.iMonth != 0 && date.iYear < 2100) {
+        // QUIRK julian_scale_is_one_day_ahead, and the years 3 and 0 modulo 4 a day behind.
+        const uint32_t ahead = date.iYear % 4 == 1 || date.iYear % 4 == 2 ? 86400 : 0;
+        hold(JULIANTOSECONDS(&date) == seconds + ahead, "there and back");
+        char out[40];
+        hold(date_to_httpDate(seconds, out) == int32_t(std::strlen(out)), "the length of a date");
+        hold(uint32_t(parse_date_str(out)) == JULIANTOSECONDS(&date) / 86400 * 86400, "its text");
+        const uint32_t before = JULIANTOSECONDS(&date);
+        fnSCFS_TimeAdd(&date, more);
+        hold(JULIANTOSECONDS(&date) == before + more, "a sum");
+    }
+    tell(&date, sizeof date);
+    tell(uint32_t(parse_date_str(text_of(input.rest).c_str())));
+}
+
+constexpr Target targets[] = {{"wsp", run_wsp},
+                              {"content_type", run_content_type},
+                              {"charset", run_charset},
+                              {"dates", run_dates}};
 
 }  // namespace
 
