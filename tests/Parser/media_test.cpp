@@ -60,7 +60,9 @@ TEST(Media, PartsOfOneNameAreHandedOutInTurn) {
 }
 TEST(Media, digits_do_not_tell_parts_apart) {
     expect_taken({{"img1.jpg", "-", "-"}, {"img2.jpg", "-", "-"}, {"img22.jpg", "-", "-"}},
-                 "img2.jpg>0 IMG2.JPG>1 img1.jpg>0 ");
+                 "img2.jpg>0 IMG2.JPG>1 img1.jpg>0 img11.jpg>2 img3.jpg>0 imgx.jpg>-1 ");
+    // References are of one pattern only where their "cid:" is at the same place.
+    expect_taken({{"-", "-", "b"}}, "cid1b>-1 cid:b>0 cid1b>-1 ");
 }
 TEST(Media, content_id_takes_next_unmarked) {
     expect_taken({{"b", "-", "-"}, {"-", "-", "a"}, {"c", "-", "-"}, {"-", "-", "a"}},
