@@ -33,8 +33,9 @@ inline constexpr uint32_t ini_entries = 65536;
 
 // Resolving a reference walks the parts or the regions, so references times parts is what a message
 // costs. Each part or region that is passed counts 1, and 1 more for every reference_bytes that
-// were compared on it. 2,000 parts each referred to come to half of this sum, and as many regions
-// beside them to the whole; beyond it the message has no sense, and a reference names nothing.
+// were compared on it; a reference that goes on where the last one ended counts 1 for itself. 2,000
+// parts each referred to come to half of this sum, and as many regions beside them to the whole;
+// beyond it the message has no sense, and a reference names nothing.
 inline constexpr uint64_t reference_work = 1U << 22;
 inline constexpr uint64_t reference_bytes = 32;
 
