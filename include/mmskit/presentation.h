@@ -214,9 +214,9 @@ typedef struct tPAR_Attachment {
  *
  * Limits, above any real message: the texts, types and names copied onto slides may sum to 1 MiB
  * and 8 times `length`; beyond that a type or name is null and a text is left out.
- * Looking up references to parts and to regions costs at most 2^22 comparisons together (a part or
- * region that a reference passes counts 1, and 1 more for every 32 bytes compared there), so that
- * 2,000 parts may each be referred to, and as many regions; a reference beyond that names nothing.
+ * Looking up references to parts and to regions costs at most 2^21 comparisons together (a part or
+ * region that a reference passes counts 1, and 1 more for every 16 bytes compared there), so that
+ * 1,400 parts may each be referred to, and as many regions; a reference beyond that names nothing.
  * One that differs from the last to its kind of medium in case, digits and marks alone, colons
  * aside, counts 1 and what it passes further on than that one.
  * A text that is converted counts what is converted, also when its result is left out; once

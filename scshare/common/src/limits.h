@@ -33,11 +33,12 @@ inline constexpr uint32_t ini_entries = 65536;
 
 // Resolving a reference walks the parts or the regions, so references times parts is what a message
 // costs. Each part or region that is passed counts 1, and 1 more for every reference_bytes that
-// were compared on it; a reference that goes on where the last one ended counts 1 for itself. 2,000
-// parts each referred to come to half of this sum, and as many regions beside them to the whole;
-// beyond it the message has no sense, and a reference names nothing.
-inline constexpr uint64_t reference_work = 1U << 22;
-inline constexpr uint64_t reference_bytes = 32;
+// were compared on it; a reference that goes on where the last one ended counts 1 for itself. 1,400
+// parts each referred to by a word of its own come to half of this sum, and as many regions beside
+// them to the whole; names that differ in digits only cost next to nothing. Beyond it the message
+// has no sense, and a reference names nothing.
+inline constexpr uint64_t reference_work = 1U << 21;
+inline constexpr uint64_t reference_bytes = 16;
 
 // Buffer of a name that the library gives a part without one: a host may put a name of its own
 // there, of up to 128 bytes and the terminator.
