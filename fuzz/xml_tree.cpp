@@ -14,7 +14,7 @@ void mmskit::deallocate(void* p) {
 namespace {
 
 std::string utf8(const uint16_t* text) {
-    std::string out(3 * mmskit::xml_length(text), '\0');
+    std::string out(static_cast<size_t>(3 * mmskit::xml_length(text)), '\0');
     out.resize(size_t(mmskit::xml_put_utf8(out.data(), text) - out.data()));
     return out;
 }
