@@ -70,11 +70,11 @@ int explain(const ExplainOptions& options) {
     if (style.at && *style.at >= bytes.size())
         throw Failure(name + ": it has " + size_text(bytes.size()) + ", the first is byte 0");
     if (options.json) {
-        write_output(explain_json(*anatomy, style.at));
+        explain_json(*anatomy, style.at);
     } else {
         style.colour = colour_wanted();
         if (!style.at) style.refusal = exact_refusal(anatomy);
-        write_output(explain_text(*anatomy, style));
+        explain_text(*anatomy, style);
     }
     if (anatomy->iMessage == MMS_MESSAGE_NONE) throw Failure(name + ": " + no_message(*anatomy));
     if (anatomy->iMessage < MMS_MESSAGE_SI && anything_lost(*anatomy)) return exit_lost;

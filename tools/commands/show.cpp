@@ -1,5 +1,5 @@
 // mmskit show: what message files say, as text or JSON.
-#include <optional>
+#include <memory>
 
 #include "commands/commands.h"
 #include "ground/exit_status.h"
@@ -21,9 +21,9 @@ struct ShowOptions {
     [[nodiscard]] Reading reading() const { return exact ? Reading::exact : Reading::tolerant; }
 };
 
-std::string render(const MessageFacts& facts, const ShowOptions& options) {
-    if (options.json) return render_json(facts);
-    return options.smil ? render_presentation(facts) : render_text(facts);
+void print(const MessageFacts& facts, const ShowOptions& options) {
+    if (options.json) return write_output(render_json(facts, JsonTarget::output));
+    return options.smil ? print_presentation(facts) : print_text(facts);
 }
 
 int show_push(const std::string& file, const ShowOptions& options) {
@@ -36,7 +36,7 @@ int show_push(const std::string& file, const ShowOptions& options) {
     } catch (const Flaw& flaw) {
         throw Failure(visible(input_name(file)) + ": " + describe(flaw));
     }
-    write_output(render(facts, options));
+    print(facts, options);
     return 0;
 }
 
@@ -44,31 +44,39 @@ int show_file(const std::string& file, const ShowOptions& options) {
     if (!options.push_kind.empty()) return show_push(file, options);
     const auto message = open_message(file, options.reading());
     const MessageFacts& facts = message->facts();
-    write_output(render(facts, options));
+    print(facts, options);
     // The headers are worth showing when the body is damaged; the failure is still told.
     if (facts.body_flaw)
         throw Failure(visible(input_name(file)) + ": " + describe(*facts.body_flaw));
     return exit_status(facts);
 }
 
+// Of a message that is to be a line; without one why not.
+std::unique_ptr<OpenMessage> open_line(const std::string& file, const ShowOptions& options,
+                                       Flaw& why_not) {
+    try {
+        return std::make_unique<OpenMessage>(read_input(file), options.reading());
+    } catch (const Flaw& flaw) {
+        why_not = flaw;
+    } catch (const Failure& failure) {
+        why_not.reason = failure.what();
+    }
+    return nullptr;
+}
+
 // One message a line; what cannot be read is a line too.
 int show_line(const std::string& file, const ShowOptions& options) {
-    JsonWriter json(true);
+    Flaw why_not;
+    const auto message = open_line(file, options, why_not);
+    JsonWriter json(JsonTarget::one_line_output);
     json.object().key("file").text(file);
-    int status = exit_failed;
-    std::optional<Flaw> flaw;
-    try {
-        const OpenMessage message(read_input(file), options.reading());
-        put_message(json, message.facts());
-        status = message.facts().body_flaw ? exit_failed : exit_status(message.facts());
-    } catch (const Flaw& found) {
-        flaw = found;
-    } catch (const Failure& failure) {
-        flaw = Flaw{failure.what(), std::nullopt};
-    }
-    if (flaw) put_error(json, *flaw);
+    if (message == nullptr)
+        put_error(json, why_not);
+    else
+        put_message(json, message->facts());
     write_output(json.end().document());
-    return status;
+    if (message == nullptr || message->facts().body_flaw) return exit_failed;
+    return exit_status(message->facts());
 }
 
 int show_lines(const ShowOptions& options) {

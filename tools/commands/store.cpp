@@ -105,7 +105,7 @@ void write_entry(JsonWriter& json, const tSCFS_INI_Entry& entry) {
 
 void list_entries(const Store& store, bool as_json) {
     if (as_json) {
-        JsonWriter json;
+        JsonWriter json(JsonTarget::output);
         json.object().key("entries").array();
         store.each([&](const tSCFS_INI_Entry& entry) { write_entry(json, entry); });
         return write_output(json.end().end().document());
@@ -114,6 +114,7 @@ void list_entries(const Store& store, bool as_json) {
     store.each([&](const tSCFS_INI_Entry& entry) {
         text += visible(text_or_empty(entry.pKey)) + " = " + visible(text_or_empty(entry.pValue)) +
                 '\n';
+        write_grown_output(text);
     });
     write_output(text);
 }

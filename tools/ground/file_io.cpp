@@ -92,6 +92,13 @@ void write_output(std::string_view text) {
     if (!write_all(STDOUT_FILENO, text.data(), text.size())) fail("standard output", errno);
 }
 
+void write_grown_output(std::string& text) {
+    constexpr std::size_t piece = 65'536;
+    if (text.size() < piece) return;
+    write_output(text);
+    text.clear();
+}
+
 void complain(const std::string& text) {
     (void)std::fprintf(stderr, "mmskit: %s\n", text.c_str());
 }

@@ -29,6 +29,10 @@ std::vector<uint8_t> read_input(const std::string& file);
 
 void write_output(std::string_view text);
 
+// Writes and empties a text for standard output that has grown to a piece: however much is told, no
+// more than that and what is added between two calls is held.
+void write_grown_output(std::string& text);
+
 // Writes a whole file, or standard output for "-". An existing file is replaced, and only by a
 // complete one: on a failure it stays as it was. A symbolic link stays and its file is replaced;
 // one that leads nowhere is refused.

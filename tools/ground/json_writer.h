@@ -1,5 +1,6 @@
 // Writes JSON text as it goes: two spaces an indent or all on one line, keys in the order of the
-// calls, and no raw character that could drive a terminal.
+// calls, and no raw character that could drive a terminal. What is for standard output goes there
+// in pieces, so that a document is never held whole.
 #pragma once
 
 #include <concepts>
@@ -10,9 +11,11 @@
 
 namespace mmskit_tool {
 
+enum class JsonTarget { text, output, one_line_output };
+
 class JsonWriter {
   public:
-    explicit JsonWriter(bool one_line = false) : one_line_(one_line) {}
+    explicit JsonWriter(JsonTarget target = JsonTarget::text) : target_(target) {}
 
     // Inside an object begin a member with its key, then write its value:
     // json.object().key("files").array() ... .end().end()
@@ -27,7 +30,8 @@ class JsonWriter {
         return raw(std::to_string(value));
     }
 
-    // The whole document and a line feed, once everything is ended; it is given away.
+    // The document and a line feed, or what of them did not go to standard output yet, once
+    // everything is ended; it is given away.
     [[nodiscard]] std::string document() {
         out_ += '\n';
         return std::move(out_);
@@ -38,13 +42,12 @@ class JsonWriter {
     JsonWriter& raw(std::string_view value);
     void begin_value();
     void begin_line();
-    void quote(std::string_view value);
 
     struct Level {
         char close;
         bool empty = true;
     };
-    bool one_line_;
+    JsonTarget target_;
     std::string out_;
     std::vector<Level> levels_;
     bool after_key_ = false;

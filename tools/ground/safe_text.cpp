@@ -2,7 +2,8 @@
 // (RFC 3629: no overlong forms, no surrogates) serves all of them.
 #include "ground/safe_text.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <bit>
 
 namespace mmskit_tool {
 namespace {
@@ -39,10 +40,12 @@ Scalar scalar_at(std::string_view text, std::size_t at) {
     return {value, text.substr(at, length), true};
 }
 
-// Bytes from the start of the text that stand for themselves on a terminal: printable ASCII.
+// Bytes from the start of the text that stand for themselves everywhere: printable ASCII that no
+// string escapes.
 std::size_t plain_size(std::string_view text) {
     std::size_t size = 0;
-    while (size < text.size() && text[size] >= ' ' && text[size] < 0x7F)
+    while (size < text.size() && text[size] >= ' ' && text[size] < 0x7F && text[size] != '"' &&
+           text[size] != '\\')
         ++size;
     return size;
 }
@@ -53,6 +56,20 @@ void for_each_scalar(std::string_view text, Each each) {
         const Scalar scalar = scalar_at(text, at);
         each(scalar);
         at += scalar.bytes.size();
+    }
+}
+
+// Plain bytes as they stand; of all else `append` makes something.
+template <typename Append>
+void append_scalars(std::string& out, std::string_view text, Append append) {
+    for (;;) {
+        const std::size_t plain = plain_size(text);
+        out += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty()) return;
+        const Scalar scalar = scalar_at(text, 0);
+        append(scalar);
+        text.remove_prefix(scalar.bytes.size());
     }
 }
 
@@ -77,10 +94,11 @@ bool is_unsafe(char32_t c) {
     return drives_terminal(c) || (c >= invisible_ranges[0].first && in_any(c, invisible_ranges));
 }
 
-void append_formatted(std::string& out, const char* format, uint32_t value) {
-    char buffer[16];
-    (void)std::snprintf(buffer, sizeof buffer, format, value);
-    out += buffer;
+// In hexadecimal, with zeros before it up to so many digits.
+void append_code(std::string& out, std::string_view before, uint32_t value, int digits) {
+    out += before;
+    for (int at = std::max<int>(digits, (std::bit_width(value) + 3) / 4); at-- > 0;)
+        out += "0123456789abcdef"[value >> (4 * at) & 15U];
 }
 
 // One name character: what no file system or shell should meet becomes "_".
@@ -126,14 +144,13 @@ void cut_at_character(std::string& text, std::size_t limit) {
 namespace {
 
 std::string escaped_where(std::string_view text, bool (*escapes)(char32_t)) {
-    const std::size_t plain = plain_size(text);
-    std::string out(text.substr(0, plain));
-    text.remove_prefix(plain);
-    for_each_scalar(text, [&](const Scalar& scalar) {
+    std::string out;
+    append_scalars(out, text, [&](const Scalar& scalar) {
         if (!scalar.valid || scalar.value < 0x20 || scalar.value == 0x7F) {
-            append_formatted(out, "\\x%02x", scalar.value);
+            append_code(out, "\\x", scalar.value, 2);
         } else if (escapes(scalar.value)) {
-            append_formatted(out, "\\u{%x}", scalar.value);
+            append_code(out, "\\u{", scalar.value, 1);
+            out += '}';
         } else {
             out += scalar.bytes;
         }
@@ -152,42 +169,47 @@ std::string visible_prose(std::string_view text) {
 }
 
 bool is_utf8(std::string_view text) {
-    bool valid = true;
-    for_each_scalar(text, [&](const Scalar& scalar) { valid = valid && scalar.valid; });
-    return valid;
+    for (text.remove_prefix(plain_size(text)); !text.empty();
+         text.remove_prefix(plain_size(text))) {
+        const Scalar scalar = scalar_at(text, 0);
+        if (!scalar.valid) return false;
+        text.remove_prefix(scalar.bytes.size());
+    }
+    return true;
 }
 
 std::string json_text(std::string_view text) {
-    if (plain_size(text) == text.size()) return std::string(text);
-    bool all_valid = true;
-    std::string escaped;
-    for_each_scalar(text, [&](const Scalar& scalar) {
-        all_valid = all_valid && scalar.valid;
-        if (!scalar.valid) {
-            append_formatted(escaped, "\\x%02x", scalar.value);
-        } else if (scalar.value == '\\') {
-            escaped += "\\\\";
-        } else {
-            escaped += scalar.bytes;
-        }
-    });
-    return all_valid ? std::string(text) : escaped;
-}
-
-std::string json_for_terminal(const std::string& document) {
-    const std::size_t plain = plain_size(document);
-    std::string out(document, 0, plain);
-    for_each_scalar(std::string_view(document).substr(plain), [&](const Scalar& scalar) {
-        if (scalar.value < 0x7F || !is_unsafe(scalar.value)) {
-            out += scalar.bytes;
-        } else if (scalar.value > 0xFFFF) {  // a surrogate pair
-            append_formatted(out, "\\u%04x", 0xD7C0 + (scalar.value >> 10));
-            append_formatted(out, "\\u%04x", 0xDC00 + (scalar.value & 0x3FF));
-        } else {
-            append_formatted(out, "\\u%04x", scalar.value);
-        }
+    std::string out;
+    if (is_utf8(text)) return out += text;
+    append_scalars(out, text, [&](const Scalar& scalar) {
+        if (!scalar.valid) append_code(out, "\\x", scalar.value, 2);
+        if (scalar.value == '\\') out += '\\';
+        if (scalar.valid) out += scalar.bytes;
     });
     return out;
+}
+
+// RFC 8259, 7.
+void append_json_string(std::string& out, std::string_view text) {
+    constexpr std::string_view escaped = "\"\\\b\f\n\r\t";
+    constexpr std::string_view letters = "\"\\bfnrt";
+    std::string told;  // of a text that is not UTF-8
+    if (!is_utf8(text)) text = told = json_text(text);
+    out += '"';
+    append_scalars(out, text, [&](const Scalar& scalar) {
+        const std::size_t at = escaped.find(scalar.bytes);
+        if (at != std::string_view::npos) {
+            out += {'\\', letters[at]};
+        } else if (!is_unsafe(scalar.value)) {
+            out += scalar.bytes;
+        } else if (scalar.value > 0xFFFF) {  // a surrogate pair
+            append_code(out, "\\u", 0xD7C0 + (scalar.value >> 10), 4);
+            append_code(out, "\\u", 0xDC00 + (scalar.value & 0x3FF), 4);
+        } else {
+            append_code(out, "\\u", scalar.value, 4);
+        }
+    });
+    out += '"';
 }
 
 std::string safe_file_name(std::string_view raw) {

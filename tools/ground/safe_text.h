@@ -39,9 +39,9 @@ bool is_utf8(std::string_view text);
 // are doubled, so that the two can be told apart.
 std::string json_text(std::string_view text);
 
-// A JSON document whose strings hold no raw character that visible() would escape: they become
-// \uXXXX, which a JSON reader turns back.
-std::string json_for_terminal(const std::string& document);
+// The text of json_text() as a JSON string, without a raw character that visible() would escape:
+// they become \uXXXX, which a JSON reader turns back.
+void append_json_string(std::string& out, std::string_view text);
 
 // A file name for what a message calls `raw`: its last path component without separators, control,
 // direction and invisible characters, "..", leading dots and dashes; at most max_file_name bytes,

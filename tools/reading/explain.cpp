@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "ground/file_io.h"
 #include "ground/safe_text.h"
 #include "reading/header_facts.h"
 #include "reading/render.h"
@@ -29,16 +30,17 @@ class Explanation {
     Explanation(const tMMS_Anatomy& anatomy, const ExplainStyle& style)
         : anatomy_(anatomy), style_(style) {}
 
-    std::string text() {
+    void print() {
         for (uint32_t i = 0; i < anatomy_.iNodes; ++i) {
             const tMMS_Node& node = anatomy_.pNodes[i];
             if (style_.at && !holds(node, *style_.at)) continue;
             if (node.iLayer != layer_) begin_layer(node.iLayer);
             if (refused_in(i)) add_refusal();
             add_node(node, is_leaf(i));
+            write_grown_output(out_);
         }
         if (style_.refusal && !told_) add_refusal();
-        return std::move(out_);
+        write_output(out_);
     }
 
     static bool holds(const tMMS_Node& node, uint32_t byte) {
@@ -151,12 +153,12 @@ NoteKind kind_of(uint8_t flaw) {
 
 }  // namespace
 
-std::string explain_text(const tMMS_Anatomy& anatomy, const ExplainStyle& style) {
-    return Explanation(anatomy, style).text();
+void explain_text(const tMMS_Anatomy& anatomy, const ExplainStyle& style) {
+    Explanation(anatomy, style).print();
 }
 
-std::string explain_json(const tMMS_Anatomy& anatomy, std::optional<uint32_t> at) {
-    JsonWriter json;
+void explain_json(const tMMS_Anatomy& anatomy, std::optional<uint32_t> at) {
+    JsonWriter json(JsonTarget::output);
     json.array();
     for (uint32_t i = 0; i < anatomy.iNodes; ++i) {
         const tMMS_Node& node = anatomy.pNodes[i];
@@ -170,7 +172,7 @@ std::string explain_json(const tMMS_Anatomy& anatomy, std::optional<uint32_t> at
         }
         json.end();
     }
-    return json.end().document();
+    write_output(json.end().document());
 }
 
 }  // namespace mmskit_tool

@@ -17,9 +17,10 @@ struct ExplainStyle {
     std::optional<Flaw> refusal;  // where in the message the exact decoder stopped, and why
 };
 
-std::string explain_text(const tMMS_Anatomy& anatomy, const ExplainStyle& style);
+// On standard output, piece by piece.
+void explain_text(const tMMS_Anatomy& anatomy, const ExplainStyle& style);
 
 // An array of the nodes; docs/json.md has its keys.
-std::string explain_json(const tMMS_Anatomy& anatomy, std::optional<uint32_t> at);
+void explain_json(const tMMS_Anatomy& anatomy, std::optional<uint32_t> at);
 
 }  // namespace mmskit_tool

@@ -237,8 +237,8 @@ void put_message(JsonWriter& json, const MessageFacts& facts) {
     if (facts.body_flaw) put_error(json, *facts.body_flaw);
 }
 
-std::string render_json(const MessageFacts& facts) {
-    JsonWriter json;
+std::string render_json(const MessageFacts& facts, JsonTarget target) {
+    JsonWriter json(target);
     put_message(json.object(), facts);
     return json.end().document();
 }

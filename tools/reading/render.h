@@ -1,5 +1,5 @@
 // The two faces of a message's facts. Both are complete documents that end with a line feed and
-// hold no raw control character of the message.
+// hold no raw control character of the message. What is printed goes out piece by piece.
 #pragma once
 
 #include <string>
@@ -9,13 +9,14 @@
 
 namespace mmskit_tool {
 
-std::string render_text(const MessageFacts& facts);
+void print_text(const MessageFacts& facts);
 
-// The keys are documented in docs/json.md and stay as they are.
-std::string render_json(const MessageFacts& facts);
+// The keys are documented in docs/json.md and stay as they are. Gives what did not go to the
+// output.
+std::string render_json(const MessageFacts& facts, JsonTarget target = JsonTarget::text);
 
 // The text of the presentation as its sender wrote it, made printable; a Failure without one.
-std::string render_presentation(const MessageFacts& facts);
+void print_presentation(const MessageFacts& facts);
 
 // The members of that document, and those of one of its parts, into an object that is open.
 void put_message(JsonWriter& json, const MessageFacts& facts);

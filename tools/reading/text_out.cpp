@@ -64,22 +64,32 @@ void append_drm(std::string& out, int32_t drm_class) {
     out += "DRM class " + std::to_string(drm_class);
 }
 
-// Long ones end after some lines, with their size. A line feed at the end begins no line.
-void append_text_block(std::string& out, std::string_view text, std::size_t limit) {
+// Without its end; a line feed at the end of the text begins no line.
+std::string_view take_line(std::string_view& text) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    std::string_view line = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    return line;
+}
+
+// Long ones end after some lines, with their size.
+void print_text_block(std::string& out, std::string_view text, std::size_t limit) {
     const std::size_t size = text.size();
-    std::string shown(text.substr(0, limit));
-    if (shown.size() < size) cut_at_character(shown, limit - 1);
-    text = shown;
+    std::string beginning;
+    if (size > limit) {
+        beginning = text.substr(0, limit);
+        cut_at_character(beginning, limit - 1);
+        text = beginning;
+    }
     while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        std::string_view line = text.substr(0, end);
-        text.remove_prefix(std::min(end + 1, text.size()));
-        if (line.ends_with('\r')) line.remove_suffix(1);
+        const std::string_view line = take_line(text);
         if (!line.empty()) out += "    " + visible_prose(line);
         out += '\n';
+        write_grown_output(out);
     }
-    if (shown.size() < size)
-        out += "    ... " + std::to_string(shown.size()) + " of " + size_text(size) + '\n';
+    if (size > limit)
+        out += "    ... " + std::to_string(beginning.size()) + " of " + size_text(size) + '\n';
 }
 
 void append_further(std::string& out, std::size_t count, const char* kind) {
@@ -103,7 +113,7 @@ void append_media(std::string& out, const MediaFact& media, const MessageFacts& 
     out += '\n';
 }
 
-void append_slide(std::string& out, const MessageFacts& facts, std::size_t number) {
+void print_slide(std::string& out, const MessageFacts& facts, std::size_t number) {
     const SlideFact& slide = facts.slides[number - 1];
     out += "\nSlide " + std::to_string(number);
     if (slide.duration != 0) out += "  " + seconds_text(slide.duration) + " s";
@@ -115,17 +125,18 @@ void append_slide(std::string& out, const MessageFacts& facts, std::size_t numbe
         append_timing(out, slide.text->timing);
         append_place(out, slide.text->place);
         out += '\n';
-        if (slide.text->text != nullptr) append_text_block(out, slide.text->text, no_limit);
+        if (slide.text->text != nullptr) print_text_block(out, slide.text->text, no_limit);
     }
     append_further(out, slide.further_texts.size(), "text");
     for (const TextFact& text : slide.further_texts) {
-        if (text.text != nullptr) append_text_block(out, text.text, no_limit);
+        if (text.text != nullptr) print_text_block(out, text.text, no_limit);
     }
     for (const MediaKind kind : {MediaKind::image, MediaKind::audio, MediaKind::video}) {
         for (const MediaFact& media : slide.media) {
             if (media.kind == kind) append_media(out, media, facts);
         }
         append_further(out, count_further(slide, kind), media_kind_name(kind));
+        write_grown_output(out);
     }
 }
 
@@ -144,26 +155,28 @@ std::string period_text(int64_t seconds) {
     return text.empty() ? "0 seconds" : text;
 }
 
-void append_headers(std::string& out, const MessageFacts& facts) {
+void print_headers(std::string& out, const MessageFacts& facts) {
     if (!facts.headers.empty()) out += '\n';
     for (const HeaderFact& header : facts.headers) {
         if (header.json_key == "message_type") continue;  // the first line has it
         out += padded(visible(header_label(header)), 21) + gap.data() + value_line(header) + '\n';
+        write_grown_output(out);
     }
 }
 
-void append_attachments(std::string& out, const MessageFacts& facts) {
+void print_attachments(std::string& out, const MessageFacts& facts) {
     constexpr std::size_t most_text = 2000;
     if (!facts.attachments.empty()) out += "\nAttachments\n";
     for (const AttachmentFact& attachment : facts.attachments) {
         append_part(out, attachment, facts);
         append_drm(out, attachment.drm_class);
         out += '\n';
-        if (attachment.text) append_text_block(out, text_of(attachment.data), most_text);
+        write_grown_output(out);
+        if (attachment.text) print_text_block(out, text_of(attachment.data), most_text);
     }
 }
 
-void append_notes(std::string& out, const MessageFacts& facts) {
+void print_notes(std::string& out, const MessageFacts& facts) {
     if (!facts.notes.empty()) out += "\nNotes\n";
     for (const NoteFact& note : facts.notes) {
         out += gap;
@@ -173,26 +186,25 @@ void append_notes(std::string& out, const MessageFacts& facts) {
                    visible(facts.layers[note.layer].name) + ')';
         out += gap;
         out += visible(note.text) + '\n';
+        write_grown_output(out);
     }
 }
 
 }  // namespace
 
-std::string render_presentation(const MessageFacts& facts) {
+void print_presentation(const MessageFacts& facts) {
     std::string out;
+    bool found = false;
     for (const PartFact& part : facts.parts) {
         if (!part.laid_out) continue;
-        std::string_view text = text_of(part.data);
-        while (!text.empty()) {
-            const std::size_t end = std::min(text.find('\n'), text.size());
-            std::string_view line = text.substr(0, end);
-            text.remove_prefix(std::min(end + 1, text.size()));
-            if (line.ends_with('\r')) line.remove_suffix(1);
-            out += visible(line) + '\n';
+        for (std::string_view text = text_of(part.data); !text.empty();) {
+            out += visible(take_line(text)) + '\n';
+            found = true;
+            write_grown_output(out);
         }
     }
-    if (out.empty()) throw Failure("the message has no presentation");
-    return out;
+    if (!found) throw Failure("the message has no presentation");
+    write_output(out);
 }
 
 std::string header_label(const HeaderFact& header) {
@@ -245,7 +257,7 @@ std::size_t count_further(const SlideFact& slide, MediaKind kind) {
                       [&](const MediaFact& media) { return media.kind == kind; }));
 }
 
-std::string render_text(const MessageFacts& facts) {
+void print_text(const MessageFacts& facts) {
     std::string out = std::string(facts.kind) + gap.data() + size_text(facts.size);
     if (facts.screen_width != 0 || facts.screen_height != 0) {
         out += "  screen " + std::to_string(facts.screen_width) + 'x' +
@@ -253,12 +265,12 @@ std::string render_text(const MessageFacts& facts) {
     }
     append_colour(out, "background", facts.screen_background);
     out += '\n';
-    append_headers(out, facts);
+    print_headers(out, facts);
     for (std::size_t i = 0; i < facts.slides.size(); ++i)
-        append_slide(out, facts, i + 1);
-    append_attachments(out, facts);
-    append_notes(out, facts);
-    return out;
+        print_slide(out, facts, i + 1);
+    print_attachments(out, facts);
+    print_notes(out, facts);
+    write_output(out);
 }
 
 }  // namespace mmskit_tool
