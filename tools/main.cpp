@@ -10,6 +10,7 @@
 #include "commands/commands.h"
 #include "ground/exit_status.h"
 #include "ground/file_io.h"
+#include "ground/heap.h"
 #include "ground/out_of_memory.h"
 #include "ground/safe_text.h"
 
@@ -40,6 +41,7 @@ int guarded_main(int argc, char** argv) {
     (void)std::signal(SIGPIPE, SIG_IGN);
     (void)std::signal(SIGXFSZ, SIG_IGN);
     end_well_without_memory();
+    prepare_heap();
     try {
         return run_command_line(argc, argv);
     } catch (const WrongUsage& wrong) {
