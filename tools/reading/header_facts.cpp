@@ -2,18 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <iterator>
+#include <span>
+#include <utility>
 
 namespace mmskit_tool {
 namespace {
 
 constexpr uint32_t from_code = 0x89;
 
-// A person's headers, first to last; the rest follows in the order of the message.
-constexpr std::array<std::string_view, 7> leading{"from",    "to",   "cc",        "bcc",
-                                                  "subject", "date", "message_id"};
-constexpr std::array<std::string_view, 3> recipients{"to", "cc", "bcc"};
+// A person's headers, first to last; the rest follows in the order of the message. From, To, Cc,
+// Bcc, Subject, Date, Message-ID.
+constexpr std::array<uint32_t, 7> leading{from_code, 0x97, 0x82, 0x81, 0x96, 0x85, 0x8B};
 // OMA-TS-MMS_ENC 6: those that may come several times.
 constexpr std::array<std::string_view, 4> repeating{"mm_flags", "previously_sent_by",
                                                     "previously_sent_date", "attributes"};
@@ -24,9 +24,13 @@ bool is_one_of(const std::array<std::string_view, count>& list, std::string_view
     return std::find(list.begin(), list.end(), key) != list.end();
 }
 
-std::size_t rank(const HeaderFact& fact) {
+std::size_t rank(const tMMS_HeaderField& field) {
     return static_cast<std::size_t>(
-        std::distance(leading.begin(), std::find(leading.begin(), leading.end(), fact.json_key)));
+        std::distance(leading.begin(), std::find(leading.begin(), leading.end(), field.iCode)));
+}
+
+bool is_recipient(uint32_t code) {
+    return std::find(leading.begin() + 1, leading.begin() + 4, code) != leading.begin() + 4;
 }
 
 }  // namespace
@@ -34,7 +38,7 @@ std::size_t rank(const HeaderFact& fact) {
 std::string json_key_of(std::string_view name) {
     std::string key;
     for (const char c : name)
-        key += c == '-' ? '_' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        key += c == '-' ? '_' : c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
     if (std::string_view prefix = "x_mms_"; key.starts_with(prefix)) key.erase(0, prefix.size());
     return key;
 }
@@ -43,11 +47,22 @@ HeaderFact header_fact(const tMMS_HeaderField& field) {
     HeaderFact fact;
     fact.name = field.pName;
     fact.code = field.iCode;
-    fact.value = std::string(field.pValue);
-    if (field.iForm == MMS_VALUE_FLAG) fact.value = field.iNumber != 0;
-    if (field.iForm == MMS_VALUE_DATE) fact.value = Date{field.iNumber};
-    if (field.iForm == MMS_VALUE_PERIOD) fact.value = Period{field.iNumber};
-    if (field.iForm == MMS_VALUE_NUMBER) fact.value = field.iNumber;
+    switch (field.iForm) {
+        case MMS_VALUE_FLAG:
+            fact.value = field.iNumber != 0;
+            break;
+        case MMS_VALUE_DATE:
+            fact.value = Date{field.iNumber};
+            break;
+        case MMS_VALUE_PERIOD:
+            fact.value = Period{field.iNumber};
+            break;
+        case MMS_VALUE_NUMBER:
+            fact.value = field.iNumber;
+            break;
+        default:
+            fact.value = std::string(field.pValue);
+    }
     if (fact.name.empty() || field.iCode == 0) return fact;  // not one of the standard's
     fact.json_key = json_key_of(fact.name);
     fact.repeats = is_one_of(repeating, fact.json_key);
@@ -58,27 +73,27 @@ HeaderFact header_fact(const tMMS_HeaderField& field) {
 
 std::vector<HeaderFact> header_facts(const tMMS_Anatomy& anatomy) {
     std::vector<HeaderFact> facts;
-    std::array<std::size_t, recipients.size()> lists{};  // where in the facts, and 1
-    for (uint32_t i = 0; i < anatomy.iHeaders; ++i) {
-        // The relay is to insert the sender: there is none yet.
-        const bool inserted =
-            anatomy.pHeaders[i].iForm == MMS_VALUE_TOKEN && anatomy.pHeaders[i].iCode == from_code;
-        if (inserted) continue;
-        HeaderFact fact = header_fact(anatomy.pHeaders[i]);
-        const auto kind = static_cast<std::size_t>(std::distance(
-            recipients.begin(), std::find(recipients.begin(), recipients.end(), fact.json_key)));
-        auto* address = std::get_if<std::string>(&fact.value);
-        if (kind < lists.size() && address != nullptr) {
-            if (lists[kind] != 0) {
-                std::get<std::string>(facts[lists[kind] - 1].value) += ';' + *address;
+    facts.reserve(anatomy.iHeaders);  // so that a list stays where it is
+    std::string* list = nullptr;      // the recipients of one kind
+    uint32_t list_code = 0;
+    for (std::size_t place = 0; place <= leading.size(); ++place) {
+        for (const tMMS_HeaderField& field : std::span(anatomy.pHeaders, anatomy.iHeaders)) {
+            if (rank(field) != place) continue;
+            // The relay is to insert the sender: there is none yet.
+            if (field.iForm == MMS_VALUE_TOKEN && field.iCode == from_code) continue;
+            HeaderFact fact = header_fact(field);
+            auto* const address =
+                is_recipient(field.iCode) ? std::get_if<std::string>(&fact.value) : nullptr;
+            if (address != nullptr && list_code == field.iCode) {
+                (*list += ';') += *address;
                 continue;
             }
-            lists[kind] = facts.size() + 1;
+            facts.push_back(std::move(fact));
+            if (address == nullptr) continue;
+            list = std::get_if<std::string>(&facts.back().value);
+            list_code = field.iCode;
         }
-        facts.push_back(std::move(fact));
     }
-    std::stable_sort(facts.begin(), facts.end(),
-                     [](const HeaderFact& a, const HeaderFact& b) { return rank(a) < rank(b); });
     return facts;
 }
 
