@@ -189,16 +189,23 @@ constexpr Kind kinds[] = {
 void OpenMessage::open_exact() {
     constexpr uint8_t content_type_code = 0x84;
     constexpr uint8_t message_type_code = 0x8C;
-    facts_.kind = anatomy_->pKind;
+    kind_ = anatomy_->pKind;
+    facts_.kind = kind_.c_str();
     if (bytes_[0] == message_type_code && bytes_.size() > 1) return open_exact_pdu();
     if (bytes_[0] == content_type_code) {
         facts_.kind = "message body";
-        if (!lay_out(bytes_)) throw last_flaw(0);
+        if (!lay_out_exact(bytes_)) throw last_flaw(0);
         return;
     }
     const auto push = recognize_push(bytes_);
     if (!push) throw Flaw{"neither a message nor a message body nor a push document", 0};
     collect_push(bytes_, *push, facts_);
+}
+
+// The headers are told: what they were told from is not held beside the slides.
+bool OpenMessage::lay_out_exact(std::span<const uint8_t> body) {
+    anatomy_.reset();
+    return lay_out(body);
 }
 
 void OpenMessage::open_exact_pdu() {
@@ -208,15 +215,17 @@ void OpenMessage::open_exact_pdu() {
         if (record_ == nullptr) throw last_flaw(0);
         collect(*record_, retrieved, *anatomy_, facts_);
         const std::size_t length = record_->pBody != nullptr ? record_->iBodyLen : 0;
-        if (length != 0 && !lay_out({record_->pBody, length}))
-            facts_.body_flaw = last_flaw(bytes_.size() - length);
+        bytes_ = {};  // the record has the body
+        if (length != 0 && !lay_out_exact({record_->pBody, length}))
+            facts_.body_flaw = last_flaw(facts_.size - length);
         return;
     }
     for (const Kind& kind : kinds) {
         if (kind.type != bytes_[1]) continue;
         const std::size_t length = kind.decode(bytes_, kind.members, *anatomy_, facts_);
         const std::span<const uint8_t> body = std::span(bytes_).last(length);
-        if (length != 0 && !lay_out(body)) facts_.body_flaw = last_flaw(bytes_.size() - length);
+        if (length != 0 && !lay_out_exact(body))
+            facts_.body_flaw = last_flaw(bytes_.size() - length);
         return;
     }
     throw Flaw{"there is no exact decoder for " + std::string(facts_.kind), std::nullopt};

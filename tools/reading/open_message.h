@@ -41,6 +41,7 @@ class OpenMessage {
     [[nodiscard]] const MessageFacts& facts() const { return facts_; }
     // From its Content-Type header on, as the exact decoders read it; empty when there is none.
     [[nodiscard]] std::span<const uint8_t> body() const { return body_; }
+    // Not of an exact reading.
     [[nodiscard]] const tMMS_Anatomy& anatomy() const { return *anatomy_; }
 
   private:
@@ -61,6 +62,7 @@ class OpenMessage {
     void open_exact_pdu();
     // Whether the body gives slides or attachments; they then are in the facts.
     bool lay_out(std::span<const uint8_t> body);
+    bool lay_out_exact(std::span<const uint8_t> body);
 
     // Released in the opposite order: the view points into the bytes, the record or the mended
     // message, this into the anatomy, and that into the bytes.
@@ -70,6 +72,7 @@ class OpenMessage {
     std::unique_ptr<tMMS_RetrieveConf, RecordRelease> record_;
     std::unique_ptr<const tSMIL_View, ViewRelease> view_;
     std::span<const uint8_t> body_;
+    std::string kind_;  // of an exact reading
     MessageFacts facts_;
 };
 

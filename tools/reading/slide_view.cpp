@@ -42,26 +42,34 @@ TextFact text_fact(const Text& text) {
         text.Data, {text.Begin, text.End}, {text.Left, text.Top, text.Width, text.Height}, no_part};
 }
 
-// The getters serve the first element of each list.
-template <typename Element, typename Each>
-void for_each_further(const Element* first, Each each) {
-    if (first == nullptr) return;
-    for (const Element* element = first->Next; element != nullptr; element = element->Next) {
-        each(*element);
-    }
+template <typename Element>
+std::size_t length(const Element* first) {
+    std::size_t count = 0;
+    for (; first != nullptr; first = first->Next)
+        ++count;
+    return count;
 }
 
+// The getters serve the first element of each list.
+template <typename Element>
+const Element* after(const Element* first) {
+    return first != nullptr ? first->Next : nullptr;
+}
+
+// Room is made at once: a vector that grows holds its elements twice.
 void collect_further(SlideFact& slide, const tSMIL_Par& par) {
-    const auto media_of = [&](MediaKind kind) {
-        return [&slide, kind](const auto& element) {
-            slide.further_media.push_back(media_fact(kind, element));
-        };
+    slide.further_texts.reserve(length(after(par.Text)));
+    for (const tSMIL_Text* text = after(par.Text); text != nullptr; text = text->Next)
+        slide.further_texts.push_back(text_fact(*text));
+    slide.further_media.reserve(length(after(par.Img)) + length(after(par.Audio)) +
+                                length(after(par.Video)));
+    const auto add = [&](MediaKind kind, const auto* element) {
+        for (; element != nullptr; element = element->Next)
+            slide.further_media.push_back(media_fact(kind, *element));
     };
-    for_each_further(
-        par.Text, [&](const tSMIL_Text& text) { slide.further_texts.push_back(text_fact(text)); });
-    for_each_further(par.Img, media_of(MediaKind::image));
-    for_each_further(par.Audio, media_of(MediaKind::audio));
-    for_each_further(par.Video, media_of(MediaKind::video));
+    add(MediaKind::image, after(par.Img));
+    add(MediaKind::audio, after(par.Audio));
+    add(MediaKind::video, after(par.Video));
 }
 
 SlideFact collect_slide() {
@@ -79,17 +87,8 @@ SlideFact collect_slide() {
     return slide;
 }
 
-// Room for a list's facts at once: a vector that grows holds its elements twice.
-template <typename Fact, typename Element>
-void make_room(std::vector<Fact>& facts, const Element* first) {
-    std::size_t count = 0;
-    for (; first != nullptr; first = first->Next)
-        ++count;
-    facts.reserve(count);
-}
-
 void collect_regions(MessageFacts& facts) {
-    make_room(facts.regions, tSMIL_ViewStruct.RegionList);
+    facts.regions.reserve(length(tSMIL_ViewStruct.RegionList));
     for (const tSMIL_Region* region = tSMIL_ViewStruct.RegionList; region != nullptr;
          region = region->Next) {
         facts.regions.push_back(
@@ -106,12 +105,12 @@ void collect_view(MessageFacts& facts) {
     collect_regions(facts);
     (void)fnPAR_InitCurPar();
     if (fnPAR_IsParEmpty() == 0) {
-        make_room(facts.slides, tSMIL_ViewStruct.ParList);
+        facts.slides.reserve(length(tSMIL_ViewStruct.ParList));
         do
             facts.slides.push_back(collect_slide());
         while (fnPAR_ProceedNextPar() != 0);
     }
-    make_room(facts.attachments, tSMIL_ViewStruct.AttachmentList);
+    facts.attachments.reserve(length(tSMIL_ViewStruct.AttachmentList));
     // Taken from the list: asking for each by its index would cost the square of their number.
     for (const tSMIL_Attachment* attachment = tSMIL_ViewStruct.AttachmentList;
          attachment != nullptr; attachment = attachment->Next) {
