@@ -5,7 +5,6 @@
 
 #include "Anatomy/src/exact_message.h"
 #include "Anatomy/src/exact_values.h"
-#include "Anatomy/src/library_text.h"
 
 namespace mmskit_anatomy {
 namespace {
@@ -16,13 +15,8 @@ std::string_view quoted_text(BoundedReader& in) {
     return without_quote(view_of(in.text()));
 }
 
-void read_media_type(BoundedReader& in, ExactBodyPart& part) {
-    if (in.peek() < 0x80) {
-        part.type = view_of(in.text());
-        return;
-    }
-    const LibraryText type = well_known_media_type(in.byte() & 0x7FU);
-    part.type = type != nullptr ? type.get() : "";
+void read_media_type(BoundedReader& in, ExactTexts& texts, ExactBodyPart& part) {
+    part.type = in.peek() < 0x80 ? view_of(in.text()) : texts.types.spelled(in.byte());
 }
 
 bool word_at(const BoundedReader& in, uint64_t ahead, std::string_view lower) {
@@ -94,19 +88,21 @@ bool read_parameter(BoundedReader& in, ExactBodyPart& part, bool& named) {
 }
 
 // `named` says that a Name parameter was there, be it empty.
-void read_content_type(BoundedReader& in, uint64_t enclosed_by, ExactBodyPart& part, bool& named) {
-    if (in.peek() > length_mark) return read_media_type(in, part);
+void read_content_type(BoundedReader& in, uint64_t enclosed_by, ExactTexts& texts,
+                       ExactBodyPart& part, bool& named) {
+    if (in.peek() > length_mark) return read_media_type(in, texts, part);
     const uint32_t length = read_length(in);
     const uint64_t end = in.position() + length;
     BoundedReader values = in.cut_at(std::max(end, enclosed_by));
     in.skip(length);
-    read_media_type(values, part);
+    read_media_type(values, texts, part);
     while (values.position() < end && read_parameter(values, part, named)) {
     }
 }
 
 // `located` says that a location was there, be it empty.
-void read_part_headers(BoundedReader in, ExactBodyPart& part, bool& located) {
+void read_part_headers(BoundedReader in, Arena& made, ExactBodyPart& part, bool& located) {
+    std::string_view content_id;
     while (!in.at_end()) {
         switch (in.byte()) {
             case code_location:
@@ -115,8 +111,7 @@ void read_part_headers(BoundedReader in, ExactBodyPart& part, bool& located) {
                 break;
             case code_content_id: {
                 if (in.peek() == '"') in.skip(1);
-                part.content_id = view_of(in.text());
-                std::erase_if(part.content_id, [](char c) { return c == '<' || c == '>'; });
+                content_id = view_of(in.text());
                 break;
             }
             case code_disposition:
@@ -126,90 +121,102 @@ void read_part_headers(BoundedReader in, ExactBodyPart& part, bool& located) {
                 break;
             }
             default:
-                return;
+                in.skip(in.remaining());
         }
     }
+    part.content_id = without_angles(content_id, made);
 }
 
-std::string generated_name(std::size_t kept) {
-    return "MMS_Text00" + std::to_string(static_cast<int>(kept)) + ".txt";
-}
-
-void give_names(ExactBodyPart& part, bool named, bool located, std::size_t kept) {
+void give_names(ExactBodyPart& part, bool named, bool located, std::size_t kept, Arena& made) {
     if (located) return;
     if (named) {
         part.location = part.name;
     } else if (part.type == "text/plain") {
-        part.location = part.name = generated_name(kept);
+        part.location = part.name = made.keep_view(generated_name(kept));
     }
 }
 
 // Content type and headers at the cursor; the cursor ends where the data begins.
-void read_part(BoundedReader& in, uint32_t headers_length, std::size_t kept, ExactBodyPart& part) {
+void read_part(BoundedReader& in, uint32_t headers_length, std::size_t kept, ExactTexts& texts,
+               ExactBodyPart& part) {
     const uint64_t start = in.position();
     bool named = false, located = false;
-    read_content_type(in, start + headers_length, part, named);
+    read_content_type(in, start + headers_length, texts, part, named);
     const uint64_t type_length = in.position() - start;
     const BoundedReader headers =
         in.child(headers_length > type_length ? headers_length - type_length : 0);
     part.presentation = part.type == "application/smil";
     if (part.presentation) return;
-    read_part_headers(headers, part, located);
-    give_names(part, named, located, kept);
+    read_part_headers(headers, texts.made, part, located);
+    give_names(part, named, located, kept, texts.made);
 }
 
-void read_parts(BoundedReader& in, Bytes body, std::size_t most_kept, ExactBody& out) {
+void read_parts(BoundedReader& in, Bytes body, std::size_t most_kept, ExactTexts& texts,
+                ExactBody& out) {
     uint32_t left = read_uintvar(in);
     for (; left > 0 && !in.at_end() && out.parts.size() <= most_kept; --left) {
         const uint32_t headers_length = read_uintvar(in);
         const uint32_t data_length = read_uintvar(in);
         ExactBodyPart part;
-        read_part(in, headers_length, out.parts.size(), part);
-        part.data = static_cast<std::size_t>(std::min<uint64_t>(in.position(), body.size()));
-        part.size = in.take(data_length).size;
+        read_part(in, headers_length, out.parts.size(), texts, part);
+        part.data = static_cast<uint32_t>(std::min<uint64_t>(in.position(), body.size()));
+        part.size = static_cast<uint32_t>(in.take(data_length).size);
         if (part.presentation) {
-            out.presentation = std::move(part);
+            out.presentation = part;
         } else if (part.size != 0) {
-            out.parts.push_back(std::move(part));
+            out.parts.push_back(part);
         }
     }
 }
 
 }  // namespace
 
-const std::string& ExactBodyPart::shown_name() const {
+std::string_view ExactBodyPart::shown_name() const {
     if (!location.empty()) return location;
     return name.empty() ? content_id : name;
 }
 
-ExactBody exact_body(Bytes body, std::size_t most_kept) {
+std::string_view without_angles(std::string_view id, Arena& made) {
+    const auto is_angle = [](char c) { return c == '<' || c == '>'; };
+    while (!id.empty() && is_angle(id.front()))
+        id.remove_prefix(1);
+    while (!id.empty() && is_angle(id.back()))
+        id.remove_suffix(1);
+    if (std::none_of(id.begin(), id.end(), is_angle)) return id;
+    std::string without(id);
+    std::erase_if(without, is_angle);
+    return made.keep_view(without);
+}
+
+std::string generated_name(std::size_t kept) {
+    return "MMS_Text00" + std::to_string(static_cast<int>(kept)) + ".txt";
+}
+
+ExactBody exact_body(Bytes body, std::size_t most_kept, ExactTexts& texts) {
     ExactBody out;
     BoundedReader in(body.data(), body.size());
     if (in.byte() != code_content_type) return out;
     out.taken = true;
     ExactBodyPart part;
     bool named = false;
-    read_content_type(in, UINT64_MAX, part, named);
+    read_content_type(in, UINT64_MAX, texts, part, named);
     if (in.at_end()) return out;
     if (part.type != "text/plain") {
         out.parts.reserve(most_kept + 1);
-        read_parts(in, body, most_kept, out);
+        read_parts(in, body, most_kept, texts, out);
         return out;
     }
-    part.data = static_cast<std::size_t>(in.position());
-    part.size = static_cast<std::size_t>(in.remaining());
-    if (named) {
-        part.location = part.name;
-    } else {
-        part.location = part.name = "MMS_Text0000.txt";
-    }
-    out.parts.push_back(std::move(part));
+    part.data = static_cast<uint32_t>(in.position());
+    part.size = static_cast<uint32_t>(in.remaining());
+    if (!named) part.name = "MMS_Text0000.txt";
+    part.location = part.name;
+    out.parts.push_back(part);
     return out;
 }
 
-bool exact_part(Bytes headers, std::size_t kept, ExactBodyPart& part) {
+bool exact_part(Bytes headers, std::size_t kept, ExactTexts& texts, ExactBodyPart& part) {
     BoundedReader in(headers.data(), headers.size());
-    read_part(in, static_cast<uint32_t>(headers.size()), kept, part);
+    read_part(in, static_cast<uint32_t>(headers.size()), kept, texts, part);
     return in.position() == headers.size();
 }
 

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Anatomy/src/library_text.h"
 #include "Anatomy/src/tree.h"
 
 namespace mmskit_anatomy {
@@ -104,17 +105,24 @@ constexpr bool is_letter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
+// Texts that the exact decoders make, and which do not stand in the message.
+struct ExactTexts {
+    MediaTypes types;
+    Arena made;
+};
+
+// Its texts stand in the message or in the ExactTexts.
 struct ExactBodyPart {
-    std::string type;  // empty for a code without a name
-    std::string location, name, content_id;
+    std::string_view type;  // empty for a code without a name
+    std::string_view location, name, content_id;
     bool has_charset = false;
     uint32_t charset = 0;
     bool presentation = false;
-    std::size_t data = 0;  // offset
-    std::size_t size = 0;
+    uint32_t data = 0;  // offset
+    uint32_t size = 0;
 
     // What a host calls it.
-    [[nodiscard]] const std::string& shown_name() const;
+    [[nodiscard]] std::string_view shown_name() const;
 };
 
 struct ExactBody {
@@ -122,11 +130,16 @@ struct ExactBody {
     std::vector<ExactBodyPart> parts;  // those that are kept, without the presentation
     ExactBodyPart presentation;        // the one that counts; `presentation` is false without one
 };
+// A Content-ID as the decoders keep it.
+std::string_view without_angles(std::string_view id, Arena& made);
+// Of a text without a name, behind `kept` parts that are kept.
+std::string generated_name(std::size_t kept);
+
 // Stops when more than `most_kept` parts are kept: a hostile body has many more than are asked for.
-ExactBody exact_body(Bytes body, std::size_t most_kept);
+ExactBody exact_body(Bytes body, std::size_t most_kept, ExactTexts& texts);
 
 // A part's content type and headers alone; false when its data would not begin behind them.
 // `kept` is the number of parts kept before it.
-bool exact_part(Bytes headers, std::size_t kept, ExactBodyPart& part);
+bool exact_part(Bytes headers, std::size_t kept, ExactTexts& texts, ExactBodyPart& part);
 
 }  // namespace mmskit_anatomy

@@ -5,102 +5,122 @@
 // message costs its length.
 #include <mmskit/presentation.h>
 
-#include <algorithm>
-#include <cstring>
+#include <bit>
 #include <memory>
 #include <unordered_map>
 #include <utility>
 
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/mend.h"
 
 namespace mmskit_anatomy {
 namespace {
 
-// Beyond these a message has too many shapes for its names.
-constexpr uint64_t most_work = uint64_t{1} << 26;     // bytes of names looked at
-constexpr uint64_t most_entries = uint64_t{1} << 20;  // in all tables
+// Beyond these a message has too many shapes for its names: bytes of names looked at, and names in
+// all tables. A thousand parts whose names are all of one length, thirty letters and digits each,
+// may be referred to by names of five hundred shapes.
+constexpr uint64_t most_work = uint64_t{1} << 24;
+constexpr uint64_t most_entries = uint64_t{1} << 18;
 
-enum class Test : uint8_t { location, name, content_id, cid };
+enum class Test : uint8_t { location, name, content_id };
 
 // What of a name is compared: of a letter all bits but its case, of other bytes none.
-constexpr char compared_bits = '\xDF';
+uint64_t compared_in(uint64_t word) {
+    return (letters_in(word) >> 7) * 0xDF;
+}
 
 std::string shape_of(std::string_view name) {
     std::string shape(name);
     for (char& c : shape)
-        c = is_letter(c) ? compared_bits : '\0';
+        c = is_letter(c) ? '\xDF' : '\0';
     return shape;
 }
 
 bool has_shape(std::string_view name, std::string_view shape) {
     if (name.size() != shape.size()) return false;
-    for (std::size_t i = 0; i < name.size(); ++i)
-        if (is_letter(name[i]) != (shape[i] != '\0')) return false;
+    for (std::size_t i = 0; i < name.size(); i += sizeof(uint64_t))
+        if (compared_in(octets_at(name, i)) != octets_at(shape, i)) return false;
     return true;
 }
 
-// Which of the first 64 bytes are letters, a bit for each.
-constexpr std::size_t marked = 64;
-uint64_t letter_marks(std::string_view name) {
-    uint64_t marks = 0;
-    for (std::size_t i = 0; i < std::min(marked, name.size()); ++i)
-        marks |= uint64_t{is_letter(name[i])} << i;
-    return marks;
-}
-
-// The name, whose marks these are, has letters where the shape has them.
-bool fits(std::string_view shape, uint64_t shape_marks, std::string_view name, uint64_t marks) {
-    if ((shape_marks & ~marks) != 0) return false;
-    for (std::size_t i = marked; i < shape.size(); ++i)
-        if (shape[i] != '\0' && !is_letter(name[i])) return false;
+// The name has letters where the shape has them.
+bool fits(std::string_view shape, std::string_view name) {
+    for (std::size_t i = 0; i < shape.size(); i += sizeof(uint64_t))
+        if ((octets_at(shape, i) & ~compared_in(octets_at(name, i))) != 0) return false;
     return true;
 }
 
-// Eight bytes from `at` on, or the last eight; of a shorter text all.
-uint64_t word_at(std::string_view text, std::size_t at) {
-    uint64_t word = 0;
-    if (text.size() >= sizeof word) {
-        std::memcpy(&word, text.data() + std::min(at, text.size() - sizeof word), sizeof word);
-    } else {
-        for (const char c : text)
-            word = word << 8 | static_cast<unsigned char>(c);
-    }
-    return word;
-}
-
-uint64_t hash_letters(std::string_view shape, std::string_view text) {
+uint32_t hash_letters(std::string_view shape, std::string_view text) {
     uint64_t hash = 0xcbf29ce484222325U;
-    for (std::size_t i = 0; i < shape.size(); i += sizeof(uint64_t)) {
-        hash = (hash ^ (word_at(shape, i) & word_at(text, i))) * 0x9E3779B97F4A7C15U;
-        hash ^= hash >> 32;
-    }
-    return hash;
+    for (std::size_t i = 0; i < shape.size(); i += sizeof(uint64_t))
+        hash = mixed_hash(hash, octets_at(shape, i) & octets_at(text, i));
+    return static_cast<uint32_t>(hash);
 }
 
 bool same_letters(std::string_view shape, std::string_view a, std::string_view b) {
     for (std::size_t i = 0; i < shape.size(); i += sizeof(uint64_t))
-        if (((word_at(a, i) ^ word_at(b, i)) & word_at(shape, i)) != 0) return false;
+        if (((octets_at(a, i) ^ octets_at(b, i)) & octets_at(shape, i)) != 0) return false;
     return true;
 }
 
+constexpr uint32_t none_at = UINT32_MAX;
+
+// A name, and the next one that a reference of its class finds, in the order in which they are
+// tried.
 struct Entry {
+    std::string_view name;
     uint32_t part;
+    uint32_t next;
     Test test;
 };
 
-// The names that a class of references finds, in the order in which they are tried.
+// The names that a class of references finds; indices of entries.
 struct Class {
-    std::vector<Entry> entries;
-    std::size_t cursor = 1;  // everything of the first entry's test before it is placed
+    uint32_t hash = 0;
+    uint32_t first = none_at, last = none_at;
+    uint32_t first_id = none_at;  // the first that is a Content-ID
+    uint32_t cursor = none_at;    // everything of the first entry's test before it is placed
 };
 
-using Table = std::unordered_map<uint64_t, Class>;
+// The names that fit one shape, by the letters that it compares.
+struct Table {
+    std::vector<Entry> entries;
+    std::vector<Class> classes;  // a power of two of them, more than half empty
+
+    // The class of these letters, or the empty place where it would be; `work` grows with the
+    // places that are passed.
+    Class& find(uint32_t hash, std::string_view shape, std::string_view text, uint64_t& work) {
+        const std::size_t mask = classes.size() - 1;
+        for (std::size_t at = hash & mask;; at = (at + 1) & mask, ++work) {
+            Class& found = classes[at];
+            if (found.first == none_at ||
+                (found.hash == hash && same_letters(shape, entries[found.first].name, text)))
+                return found;
+        }
+    }
+
+    void add(std::string_view shape, uint32_t index, uint64_t& work) {
+        const Entry& entry = entries[index];
+        const uint32_t hash = hash_letters(shape, entry.name);
+        Class& to = find(hash, shape, entry.name, work);
+        if (to.first == none_at) {
+            to.hash = hash;
+            to.first = index;
+        } else {
+            entries[to.last].next = index;
+            if (to.first == to.last) to.cursor = index;
+        }
+        to.last = index;
+        if (to.first_id == none_at && entry.test == Test::content_id) to.first_id = index;
+    }
+};
 
 std::size_t cid_at(std::string_view reference) {
-    for (std::size_t i = 0; i + 4 <= reference.size(); ++i)
-        if ((reference[i] | 0x20) == 'c' && (reference[i + 1] | 0x20) == 'i' &&
-            (reference[i + 2] | 0x20) == 'd' && reference[i + 3] == ':')
-            return i + 4;
+    for (std::size_t colon = reference.find(':'); colon != reference.npos;
+         colon = reference.find(':', colon + 1))
+        if (colon >= 3 && (reference[colon - 3] | 0x20) == 'c' &&
+            (reference[colon - 2] | 0x20) == 'i' && (reference[colon - 1] | 0x20) == 'd')
+            return colon + 1;
     return std::string_view::npos;
 }
 
@@ -108,33 +128,35 @@ std::size_t cid_at(std::string_view reference) {
 
 struct ExactNames::State {
     const std::vector<PlannedPart>& parts;
-    std::vector<bool> placed;
+    std::vector<uint8_t> placed;
     std::vector<uint32_t> next_free;  // no part that is not placed lies between
-    struct Named {
-        Entry entry;
-        uint64_t marks;
-    };
-    std::unordered_map<std::size_t, std::vector<Named>> by_length;
+    std::unordered_map<std::size_t, std::vector<Entry>> by_length;
     std::unordered_map<std::string, Table> tables;  // by shape
     // References of one form often follow each other: its shape, and its table or null.
     std::string last_shape;
     Table* last_table = nullptr;
+    std::string_view last_reference;  // and its class or null
+    Class* last_class = nullptr;
     uint64_t work = 0, entries = 0;
     bool gave_up = false;
 
-    [[nodiscard]] const std::string& name_of(const Entry& entry) const {
-        const ExactBodyPart& part = parts[entry.part].exact;
-        if (entry.test == Test::location) return part.location;
-        return entry.test == Test::name ? part.name : part.content_id;
-    }
+    explicit State(const std::vector<PlannedPart>& all) : parts(all), placed(all.size()) {}
 
     void collect() {
+        std::vector<Entry>* names = nullptr;  // of the length of the last one
+        std::size_t length = 0;
+        next_free.reserve(parts.size());
         for (uint32_t i = 0; i < parts.size(); ++i) {
             next_free.push_back(i + 1);
-            for (const Test test : {Test::location, Test::name, Test::content_id}) {
-                const std::string& name = name_of({i, test});
-                if (!name.empty())
-                    by_length[name.size()].push_back({{i, test}, letter_marks(name)});
+            const ExactBodyPart& part = parts[i].exact;
+            const std::pair<Test, std::string_view> all[] = {{Test::location, part.location},
+                                                             {Test::name, part.name},
+                                                             {Test::content_id, part.content_id}};
+            for (const auto& [test, name] : all) {
+                if (name.empty()) continue;
+                if (names == nullptr || name.size() != length) names = &by_length[name.size()];
+                length = name.size();
+                names->push_back({name, i, none_at, test});
             }
         }
     }
@@ -143,58 +165,65 @@ struct ExactNames::State {
         const auto names = by_length.find(reference.size());
         if (names == by_length.end()) return nullptr;
         const auto [at, added] = tables.try_emplace(shape);
-        if (added) fill(shape, letter_marks(reference), names->second, at->second);
+        if (added) fill(shape, names->second, at->second);
         return &at->second;
     }
 
-    void fill(std::string_view shape, uint64_t shape_marks, const std::vector<Named>& names,
-              Table& table) {
+    void fill(std::string_view shape, const std::vector<Entry>& names, Table& table) {
         work += uint64_t{names.size()} * shape.size();
-        entries += names.size();
-        if (work > most_work || entries > most_entries) {
+        if (work > most_work) {
             gave_up = true;
             return;
         }
-        for (const auto& [entry, marks] : names) {
-            const std::string_view name = name_of(entry);
-            if (!fits(shape, shape_marks, name, marks)) continue;
-            Class& found = table[hash_letters(shape, name)];
-            if (!found.entries.empty() && !same_letters(shape, name_of(found.entries[0]), name))
-                gave_up = true;  // two names made to have one hash
-            found.entries.push_back(entry);
+        for (const Entry& entry : names)
+            if (fits(shape, entry.name)) table.entries.push_back(entry);
+        entries += table.entries.size();
+        if (entries > most_entries) {
+            gave_up = true;
+            table.entries.clear();
+            return;
         }
+        table.classes.resize(std::bit_ceil(2 * table.entries.size() + 1));
+        for (uint32_t i = 0; i < table.entries.size() && work <= most_work; ++i)
+            table.add(shape, i, work);
+        gave_up = work > most_work;
     }
 
+    // Null where no name has these letters.
     Class* find(std::string_view reference) {
         if (gave_up) return nullptr;
+        if (reference == last_reference) return last_class;
+        last_reference = reference;
+        return last_class = find_anew(reference);
+    }
+
+    Class* find_anew(std::string_view reference) {
         if (!has_shape(reference, last_shape)) {
             last_shape = shape_of(reference);
             last_table = table_for(reference, last_shape);
         }
         if (last_table == nullptr || gave_up) return nullptr;
-        work += reference.size();
-        const auto found = last_table->find(hash_letters(last_shape, reference));
-        if (found == last_table->end() ||
-            !same_letters(last_shape, reference, name_of(found->second.entries[0])))
-            return nullptr;
-        return &found->second;
+        Class& found =
+            last_table->find(hash_letters(last_shape, reference), last_shape, reference, work);
+        return found.first != none_at ? &found : nullptr;
     }
 
     uint32_t next_unplaced(uint32_t from) {
         uint32_t root = from;
-        while (root < parts.size() && placed[root])
+        while (root < parts.size() && placed[root] != 0)
             root = next_free[root];
         while (from < parts.size() && from != root)
             from = std::exchange(next_free[from], root);
         return root < parts.size() ? root : no_part;
     }
 
-    uint32_t further(Class& found) {
-        const Entry first = found.entries[0];
+    // Another part of that name than the first; `names` are those of the table it is in.
+    uint32_t further(Class& found, const std::vector<Entry>& names) {
+        const Entry& first = names[found.first];
         if (first.test == Test::content_id) return next_unplaced(first.part + 1);
-        for (; found.cursor < found.entries.size(); ++found.cursor) {
-            const Entry& entry = found.entries[found.cursor];
-            if (entry.test == first.test && entry.part != first.part && !placed[entry.part])
+        for (; found.cursor != none_at; found.cursor = names[found.cursor].next) {
+            const Entry& entry = names[found.cursor];
+            if (entry.test == first.test && entry.part != first.part && placed[entry.part] == 0)
                 return entry.part;
         }
         return no_part;
@@ -202,24 +231,22 @@ struct ExactNames::State {
 
     uint32_t choose(std::string_view reference) {
         Class* const whole = find(reference);
-        uint32_t chosen = whole != nullptr ? whole->entries[0].part : no_part;
-        if (const std::size_t cid = cid_at(reference); cid != std::string_view::npos) {
+        const Table* const table = last_table;
+        uint32_t chosen = whole != nullptr ? table->entries[whole->first].part : no_part;
+        if (const std::size_t cid = cid_at(reference); cid != std::string_view::npos)
             if (const Class* found = find(reference.substr(cid)))
-                for (const Entry& entry : found->entries) {
-                    if (entry.test != Test::content_id) continue;
-                    if (entry.part < chosen) return entry.part;
-                    break;
-                }
-        }
-        if (chosen == no_part || !placed[chosen]) return chosen;
-        const uint32_t other = further(*whole);
+                if (found->first_id != none_at)
+                    if (const uint32_t part = last_table->entries[found->first_id].part;
+                        part < chosen)
+                        return part;
+        if (chosen == no_part || placed[chosen] == 0) return chosen;
+        const uint32_t other = further(*whole, table->entries);
         return other != no_part ? other : chosen;
     }
 };
 
 ExactNames::ExactNames(const std::vector<PlannedPart>& parts) {
-    auto state =
-        std::make_unique<State>(State{parts, std::vector<bool>(parts.size()), {}, {}, {}, {}});
+    auto state = std::make_unique<State>(parts);
     state->collect();
     state_ = state.release();
 }
@@ -235,7 +262,7 @@ uint32_t ExactNames::take(std::string_view reference, MediaKind kind) {
     // What cannot be played is an attachment too.
     const int32_t drm = state_->parts[part].drm;
     const bool stays_free = drm != 0 && drm != drm_forward_locked && kind != MediaKind::text;
-    if (!stays_free) state_->placed[part] = true;
+    if (!stays_free) state_->placed[part] = 1;
     return part;
 }
 
@@ -248,7 +275,7 @@ bool ExactNames::none() const {
     return state_->parts.empty();
 }
 
-const std::vector<bool>& ExactNames::placed() const {
+const std::vector<uint8_t>& ExactNames::placed() const {
     return state_->placed;
 }
 

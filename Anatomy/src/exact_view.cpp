@@ -2,6 +2,7 @@
 // nothing global. It follows the units of the exact reader step by step, so that what it gives for
 // some bytes is what a host would see of them.
 #include <algorithm>
+#include <array>
 #include <unordered_map>
 
 #include "Anatomy/src/exact_message.h"
@@ -9,8 +10,6 @@
 
 namespace mmskit_anatomy {
 namespace {
-
-constexpr std::string_view exact_blanks = " \r\n";
 
 enum class Name {
     smil,
@@ -73,8 +72,11 @@ constexpr std::string_view attribute_names[] = {"left",
 
 template <typename Index, std::size_t N>
 Index find_name(const std::string_view (&table)[N], std::string_view name) {
+    if (name.size() < 2) return Index::unknown;
+    const char first = static_cast<char>(name[0] | 0x20);
     for (std::size_t i = 0; i < N; ++i)
-        if (name.size() == table[i].size() && same_for_names(name, table[i]))
+        if (name.size() == table[i].size() && (first == table[i][0] || !is_letter(name[0])) &&
+            same_for_names(name, table[i]))
             return static_cast<Index>(i);
     return Index::unknown;
 }
@@ -97,21 +99,29 @@ struct Tag {
     [[nodiscard]] bool closes(Name n) const { return name == n && form == Form::closing; }
 };
 
-// As find_first_of and find_first_not_of, without a call for each byte.
-constexpr bool is_in(std::string_view set, char c) {
-    for (const char one : set)
-        if (one == c) return true;
-    return false;
-}
-std::size_t span_of(std::string_view text, std::size_t at, std::string_view set) {
-    while (at < text.size() && is_in(set, text[at]))
+// Sets of bytes, a bit for each.
+constexpr uint8_t blanks = 1, ends_tag_name = 2, ends_attribute_name = 4;
+constexpr auto byte_sets = [] {
+    std::array<uint8_t, 256> sets{};
+    for (const char c : std::string_view(" \r\n"))
+        sets[static_cast<uint8_t>(c)] = blanks | ends_tag_name | ends_attribute_name;
+    sets['>'] = ends_tag_name | ends_attribute_name;
+    sets['='] = sets['/'] = ends_attribute_name;
+    return sets;
+}();
+std::size_t span_of(std::string_view text, std::size_t at, uint8_t set) {
+    const char* const bytes = text.data();
+    const std::size_t size = text.size();
+    while (at < size && (byte_sets[static_cast<uint8_t>(bytes[at])] & set) != 0)
         ++at;
-    return std::min(at, text.size());
+    return at;
 }
-std::size_t span_to(std::string_view text, std::size_t at, std::string_view set) {
-    while (at < text.size() && !is_in(set, text[at]))
+std::size_t span_to(std::string_view text, std::size_t at, uint8_t set) {
+    const char* const bytes = text.data();
+    const std::size_t size = text.size();
+    while (at < size && (byte_sets[static_cast<uint8_t>(bytes[at])] & set) == 0)
         ++at;
-    return std::min(at, text.size());
+    return at;
 }
 
 class Tags {
@@ -129,7 +139,7 @@ class Tags {
             if (last == std::string_view::npos) return end();
             const std::string_view one = text_.substr(begin, last + 1 - begin);
             text_.remove_prefix(last + 1);
-            if (split(one, tag) && tag.name != Name::unknown) return true;
+            if (split(one, tag)) return true;
         }
     }
 
@@ -139,21 +149,21 @@ class Tags {
         return false;
     }
 
-    // `one` ends with its only ">".
+    // `one` ends with its only ">". False for a tag of no known name.
     static bool split(std::string_view one, Tag& tag) {
         if (one[1] == '?' || one[1] == '!') return false;
         const bool closing = one[1] == '/';
-        const std::size_t begin = span_of(one, closing ? 2 : 1, exact_blanks);
-        std::size_t at = span_to(one, begin, " \r\n>");
+        const std::size_t begin = span_of(one, closing ? 2 : 1, blanks);
+        std::size_t at = span_to(one, begin, ends_tag_name);
         if (at == one.size() || at == begin) return false;
         tag.name = find_name<Name>(tag_names, one.substr(begin, at - begin));
+        if (tag.name == Name::unknown) return false;
         tag.attributes.clear();
         tag.bare = true;
         const bool slash_in_name = one[at - 1] == '/';
         if (!slash_in_name && one[at] != '>') {
-            at = read_attributes(one, at, tag);
-            at = one.find('>', at);
-            if (at == std::string_view::npos) return false;
+            if (read_attributes(one, at, tag) == one.size()) return false;
+            at = one.size() - 1;
         }
         tag.form = one[at - 1] == '/' ? Form::empty : closing ? Form::closing : Form::opening;
         std::reverse(tag.attributes.begin(), tag.attributes.end());
@@ -162,7 +172,7 @@ class Tags {
 
     static std::size_t read_attributes(std::string_view one, std::size_t at, Tag& tag) {
         for (;;) {
-            at = span_of(one, at, exact_blanks);
+            at = span_of(one, at, blanks);
             if (at == one.size() || one[at] == '=' || one[at] == '/' || one[at] == '>') return at;
             const std::size_t name = at;
             at = name_end(one, at);
@@ -183,7 +193,7 @@ class Tags {
 
     static std::size_t name_end(std::string_view one, std::size_t at) {
         for (;;) {
-            at = span_to(one, at, " \r\n=>/");
+            at = span_to(one, at, ends_attribute_name);
             if (at == one.size() || one[at] != '/' || (at + 1 < one.size() && one[at + 1] == '>'))
                 return at;
             ++at;

@@ -4,7 +4,13 @@
 #include <mmskit/runtime.h>
 #include <mmskit/wsp.h>
 
+#include <array>
 #include <memory>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "Anatomy/src/letters.h"
 
 namespace mmskit_anatomy {
 
@@ -18,7 +24,41 @@ inline constexpr uint8_t library_types = 53;
 
 // The media type of a code without its high bit; null for one that has none.
 inline LibraryText well_known_media_type(unsigned code) {
-    return LibraryText(DecodeWellKnownContentType(static_cast<uint8_t>(code)));
+    LibraryText text(DecodeWellKnownContentType(static_cast<uint8_t>(code)));
+    if (text == nullptr && code < library_types) throw std::bad_alloc();
+    return text;
 }
+
+// The same texts, each made once.
+class MediaTypes {
+  public:
+    // Empty for a code that has none.
+    std::string_view spelled(uint8_t code) {
+        Type& type = types_[code & 0x7FU];
+        if (!std::exchange(type.asked, true)) {
+            type.text = well_known_media_type(code & 0x7FU);
+            if (type.text != nullptr) type.spelled = type.text.get();
+        }
+        return type.spelled;
+    }
+
+    // The first code of a type, whatever its case; library_types for one that has none.
+    uint8_t code_of(std::string_view type) {
+        if (same_word(spelled(last_code_), type)) return last_code_;
+        for (uint8_t code = 0; code < library_types; ++code)
+            if (spelled(code).size() == type.size() && same_word(spelled(code), type))
+                return last_code_ = code;
+        return library_types;
+    }
+
+  private:
+    struct Type {
+        bool asked = false;
+        LibraryText text;
+        std::string_view spelled;
+    };
+    std::array<Type, 128> types_;
+    uint8_t last_code_ = 0;  // parts of one type often follow each other
+};
 
 }  // namespace mmskit_anatomy

@@ -39,8 +39,8 @@ struct PlannedPart {
     ExactBodyPart exact;
     bool as_it_is = false;  // headers and data are copied
     bool renamed = false;
-    int32_t drm = 0;         // class of protection (fnPAR_DrmType)
-    std::string inner_type;  // of what is protected, where that is known
+    int32_t drm = 0;                   // class of protection (fnPAR_DrmType)
+    int32_t kind = 0, inner_kind = 0;  // of its type and of what is protected (fnPAR_IsPlayedMedia)
 };
 
 // Part look-up as the exact library does it, over planned parts.
@@ -54,7 +54,7 @@ class ExactNames : public Parts {
     uint32_t take(std::string_view reference, MediaKind kind) override;
     [[nodiscard]] bool can_be_shown(uint32_t part) const override;
     [[nodiscard]] bool none() const override;
-    [[nodiscard]] const std::vector<bool>& placed() const;
+    [[nodiscard]] const std::vector<uint8_t>& placed() const;
     // Too many forms of names to be compared within linear time: what was taken means nothing.
     [[nodiscard]] bool gave_up() const;
 
@@ -83,7 +83,7 @@ class Resolver {
 class NewNames {
   public:
     NewNames(const Tree& tree, std::size_t count);
-    std::string next(std::string_view original);
+    std::string_view next(std::string_view original, Arena& made);
 
   private:
     std::string stem_;

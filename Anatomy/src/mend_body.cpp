@@ -21,6 +21,9 @@ constexpr std::string_view text_type = "text/plain", smil_type = "application/sm
                            unknown_type = "application/octet-stream",
                            drm_type = "application/vnd.oma.drm.";
 constexpr std::size_t inner_type_size = 100;
+// References of a presentation for which it is tried how few parts need new names; where there are
+// more all parts get them. A message of a thousand slides has three thousand.
+constexpr std::size_t most_trials = 4096;
 
 std::string_view text_of_bytes(Bytes bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -98,14 +101,14 @@ class BodyMender {
     // ---- As it is -----------------------------------------------------------------------------
 
     bool stays_as_it_is() {
-        ExactBody read = exact_body(body_, carried_.size());
+        ExactBody read = exact_body(body_, carried_.size(), made_);
         if (!read.taken || read.parts.size() != carried_.size()) return false;
         if (read.presentation.presentation != (smil_ != no_part)) return false;
         if (smil_ != no_part && !stands_at(smil_, read.presentation)) return false;
         for (std::size_t i = 0; i < carried_.size(); ++i) {
             if (!stands_at(carried_[i], read.parts[i]) || !reads_right(carried_[i], read.parts[i]))
                 return false;
-            planned_.push_back(planned(carried_[i], std::move(read.parts[i])));
+            planned_.push_back(planned(carried_[i], read.parts[i]));
         }
         read.parts = {};
         meant_.plan(planned_);
@@ -144,7 +147,7 @@ class BodyMender {
     [[nodiscard]] bool reads_right(uint32_t index, const ExactBodyPart& exact) const {
         const tMMS_Part& part = tree_.part_list[index];
         const std::string_view type = part.pType;
-        if (exact.type.empty() || lower_case(exact.type) != type) return false;
+        if (exact.type.empty() || !same_word(exact.type, type)) return false;
         const bool compared_exactly = type == text_type || type.starts_with(drm_type);
         if (compared_exactly && exact.type != type) return false;
         const std::string_view name = part.pName != nullptr ? part.pName : "";
@@ -168,24 +171,33 @@ class BodyMender {
         out_.parts.reserve(planned_.size() + 1);
         for (const PlannedPart& part : planned_) {
             if (!listed && smil_ < part.part) list_presentation();
-            add_part(part.part, kept_name(part.exact), part.exact.data, part.exact.size);
+            add_part(part.part, kept_name(part), part.exact.data, part.exact.size);
         }
         if (!listed) list_presentation();
     }
 
     // ---- The plan -----------------------------------------------------------------------------
 
-    [[nodiscard]] PlannedPart planned(uint32_t index, ExactBodyPart exact) const {
+    PlannedPart planned(uint32_t index, const ExactBodyPart& exact) {
         PlannedPart part;
         part.part = index;
-        part.exact = std::move(exact);
+        set_exact(part, exact);
         const tMMS_Part& from = tree_.part_list[index];
         if (!std::string_view(from.pType).starts_with(drm_type)) return part;
         char inner[inner_type_size] = {};
-        part.drm = fnPAR_DrmType(part.exact.type.c_str(), from.pData,
+        part.drm = fnPAR_DrmType(std::string(exact.type).c_str(), from.pData,
                                  static_cast<int32_t>(from.iDataLen), nullptr, inner);
-        part.inner_type = inner;
+        part.inner_kind = fnPAR_IsPlayedMedia(inner);
         return part;
+    }
+
+    void set_exact(PlannedPart& part, const ExactBodyPart& exact) {
+        part.exact = exact;
+        const bool again =
+            exact.type.data() == last_type_.data() && exact.type.size() == last_type_.size();
+        if (!again) last_kind_ = fnPAR_IsPlayedMedia(std::string(exact.type).c_str());
+        last_type_ = exact.type;
+        part.kind = last_kind_;
     }
 
     void plan_parts() {
@@ -193,9 +205,9 @@ class BodyMender {
             ExactBodyPart exact;
             const Place& headers = tree_.part_details[index].headers;
             const bool as_it_is = headers.length != 0 && is_untouched(index) &&
-                                  exact_part(tree_.at(headers), planned_.size(), exact) &&
+                                  exact_part(tree_.at(headers), planned_.size(), made_, exact) &&
                                   !exact.presentation && reads_right(index, exact);
-            planned_.push_back(planned(index, as_it_is ? std::move(exact) : written_part(index)));
+            planned_.push_back(planned(index, as_it_is ? exact : written_part(index)));
             planned_.back().as_it_is = as_it_is;
             if (!as_it_is) generate_name(planned_.size() - 1);
         }
@@ -208,7 +220,7 @@ class BodyMender {
     }
 
     // The part as it is written anew.
-    [[nodiscard]] ExactBodyPart written_part(uint32_t index) const {
+    ExactBodyPart written_part(uint32_t index) {
         const tMMS_Part& part = tree_.part_list[index];
         const PartDetail& detail = tree_.part_details[index];
         ExactBodyPart exact;
@@ -216,7 +228,7 @@ class BodyMender {
             writer_.spelled(is_plain(part.pType) ? std::string_view(part.pType) : unknown_type);
         exact.location = plain_name(part.pName != nullptr ? part.pName : "");
         exact.name = plain_name(detail.name);
-        exact.content_id = without_angles(plain_name(detail.content_id));
+        exact.content_id = without_angles(plain_name(detail.content_id), made_.made);
         exact.has_charset = part.bText != 0;
         exact.charset = part.bText != 0 ? mib_utf_8 : 0;
         return exact;
@@ -237,17 +249,11 @@ class BodyMender {
         return name;
     }
 
-    static std::string without_angles(std::string_view id) {
-        std::string out(id);
-        std::erase_if(out, [](char c) { return c == '<' || c == '>'; });
-        return out;
-    }
-
     // The decoders name a text that has no name by its place.
     void generate_name(std::size_t at) {
         ExactBodyPart& exact = planned_[at].exact;
         if (exact.type != text_type || !exact.location.empty() || !exact.name.empty()) return;
-        exact.location = exact.name = "MMS_Text00" + std::to_string(at) + ".txt";
+        exact.location = exact.name = made_.made.keep_view(generated_name(at));
     }
 
     // ---- Names and the presentation -------------------------------------------------------------
@@ -255,7 +261,7 @@ class BodyMender {
     // Parts that would be shown as other ones; view_is_right_ says whether the slides are right.
     std::vector<uint32_t> wrong_parts(std::string_view presentation) {
         ExactNames names(planned_);
-        view_is_right_ = true;
+        view_is_right_ = compared_ = true;
         if (smil_ != no_part) {
             View view = exact_view(presentation, names);
             view.placed = names.placed();
@@ -269,17 +275,17 @@ class BodyMender {
     void choose_names() {
         const bool whole = smil_ != no_part;
         if (whole) presentation_ = text_of_bytes(wire_of(smil_));
+        const bool many = meant_.references() > most_trials;
+        if (!all_read_right_) meant_.plan(planned_);
+        if (many && compared_ && !view_is_right_) return rewrite_presentation();
         std::vector<uint32_t> wrong = std::move(wrong_);
-        if (!all_read_right_) {
-            meant_.plan(planned_);
-            wrong = wrong_parts(presentation_);
-        }
+        if (!all_read_right_) wrong = wrong_parts(presentation_);
         if (!view_is_right_ && whole) {  // read in another form on the wire?
             const std::string_view wire = presentation_;
             presentation_ = handed_out(tree_.part_list[smil_]);
             if (presentation_ != wire) wrong = wrong_parts(presentation_);
         }
-        if (!wrong.empty()) {
+        if (!wrong.empty() && (view_is_right_ || !many)) {
             rename(wrong);
             wrong = wrong_parts(presentation_);
         }
@@ -289,22 +295,27 @@ class BodyMender {
     void rewrite_presentation() {
         notes_.push_back({MMS_FLAW_REPAIRED, tree_.part_details[smil_].data,
                           "the presentation is written in another form than slides are read in"});
-        std::vector<uint32_t> unfit;
-        for (const uint32_t part : meant_.shown_parts()) {
-            stop_generating(planned_[part]);
-            if (!can_stand_in_value(sent_name(planned_[part]))) unfit.push_back(part);
-        }
-        rename(unfit);
-        if (write_and_compare()) return;
-        rename(mistaken_parts());
-        if (write_and_compare()) return;
-        rename(meant_.shown_parts());
-        if (write_and_compare()) return;
+        if (meant_.references() <= most_trials && rewritten_with_few_names()) return;
         std::vector<uint32_t> all(planned_.size());
         for (uint32_t i = 0; i < all.size(); ++i)
             all[i] = i;
         rename(all);
-        write_and_compare();
+        presentation_ = written_ = meant_.written(planned_);
+    }
+
+    bool rewritten_with_few_names() {
+        const std::vector<uint32_t> shown = meant_.shown_parts();
+        std::vector<uint32_t> unfit;
+        for (const uint32_t part : shown) {
+            stop_generating(planned_[part]);
+            if (!can_stand_in_value(sent_name(planned_[part]))) unfit.push_back(part);
+        }
+        rename(unfit);
+        if (write_and_compare()) return true;
+        rename(mistaken_parts());
+        if (write_and_compare()) return true;
+        rename(shown);
+        return write_and_compare();
     }
 
     [[nodiscard]] std::string_view sent_name(const PlannedPart& part) const {
@@ -313,9 +324,9 @@ class BodyMender {
     }
 
     // A text that the decoders call by its place is called by its Content-ID instead.
-    void stop_generating(PlannedPart& part) const {
+    void stop_generating(PlannedPart& part) {
         if (part.renamed || part.exact.shown_name() == sent_name(part)) return;
-        part.exact = written_part(part.part);
+        set_exact(part, written_part(part.part));
         part.as_it_is = false;
     }
 
@@ -342,9 +353,9 @@ class BodyMender {
         for (const uint32_t at : parts) {
             PlannedPart& part = planned_[at];
             if (part.renamed) continue;
-            const std::string original = part.exact.shown_name();
-            const std::string name = new_names().next(original);
-            if (part.as_it_is) part.exact = written_part(part.part);
+            const std::string_view original = part.exact.shown_name();
+            const std::string_view name = new_names().next(original, texts_);
+            if (part.as_it_is) set_exact(part, written_part(part.part));
             part.as_it_is = false;
             part.renamed = true;
             part.exact.location = part.exact.name = name;
@@ -396,10 +407,9 @@ class BodyMender {
         for (const PlannedPart& part : planned_) {
             if (!listed && smil_ < part.part) write_presentation_part();
             const PartDetail& detail = tree_.part_details[part.part];
-            const std::string headers = part.as_it_is
-                                            ? std::string(text_of_bytes(tree_.at(detail.headers)))
-                                            : writer_.headers(told(part));
-            entry(body, part.part, kept_name(part.exact), headers,
+            const std::string headers = part.as_it_is ? "" : writer_.headers(told(part));
+            entry(body, part.part, kept_name(part),
+                  part.as_it_is ? text_of_bytes(tree_.at(detail.headers)) : headers,
                   part.as_it_is ? text_of_bytes(wire_of(part.part))
                                 : handed_out(tree_.part_list[part.part]));
         }
@@ -411,23 +421,23 @@ class BodyMender {
     [[nodiscard]] ExactBodyPart told(const PlannedPart& part) const {
         ExactBodyPart exact = part.exact;
         if (!part.renamed && tree_.part_list[part.part].pName == nullptr) {
-            exact.location.clear();
-            exact.name.clear();
+            exact.location = exact.name = {};
         }
         return exact;
     }
 
     // Those that came where the decoders see a presentation in them and its bytes stay.
-    std::string presentation_headers(ExactBodyPart& smil) const {
+    std::string presentation_headers(ExactBodyPart& smil) {
         const PartDetail& detail = tree_.part_details[smil_];
         const tMMS_Part& part = tree_.part_list[smil_];
-        smil.content_id = without_angles(plain_name(detail.content_id));
+        smil.content_id = without_angles(plain_name(detail.content_id), made_.made);
         if (smil.content_id.empty()) smil.content_id = "smil";
         const Bytes wire = wire_of(smil_);
         const bool same_bytes =
             presentation_.data() == text_of_bytes(wire).data() && is_untouched(smil_);
         if (ExactBodyPart read; same_bytes && detail.headers.length != 0 &&
-                                exact_part(tree_.at(detail.headers), 0, read) && read.presentation)
+                                exact_part(tree_.at(detail.headers), 0, made_, read) &&
+                                read.presentation)
             return std::string(text_of_bytes(tree_.at(detail.headers)));
         smil.type = smil_type;
         smil.location = plain_name(part.pName != nullptr ? part.pName : "");
@@ -444,8 +454,12 @@ class BodyMender {
         body.bytes += data;
     }
 
-    [[nodiscard]] const char* kept_name(const ExactBodyPart& exact) const {
-        return exact.shown_name().empty() ? nullptr : texts_.keep(exact.shown_name());
+    // The tree's own text where it is the same: the anatomy outlives what is mended from it.
+    [[nodiscard]] const char* kept_name(const PlannedPart& part) const {
+        const std::string_view name = part.exact.shown_name();
+        const char* const sent = tree_.part_list[part.part].pName;
+        if (sent != nullptr && name == sent) return sent;
+        return name.empty() ? nullptr : texts_.keep(name);
     }
 
     void add_part(uint32_t index, const char* name, std::size_t offset, std::size_t length) {
@@ -459,7 +473,10 @@ class BodyMender {
     const uint32_t smil_;
     MeantView meant_;
     const Bytes body_;
-    const PartWriter writer_;
+    ExactTexts made_;
+    const PartWriter writer_{made_.types};
+    std::string_view last_type_;  // and its kind: parts of one type often follow each other
+    int32_t last_kind_ = fnPAR_IsPlayedMedia("");
     std::vector<uint32_t> carried_;  // parts of the tree
     std::vector<uint32_t> second_presentations_;
     std::vector<PlannedPart> planned_;
@@ -467,7 +484,7 @@ class BodyMender {
     std::string written_;            // the presentation, where it is rewritten
     std::string_view presentation_;  // as it will stand in the body
     std::vector<uint32_t> wrong_;    // parts of the body as it is
-    bool view_is_right_ = false;
+    bool view_is_right_ = false, compared_ = false;
     bool all_read_right_ = false;  // in the body as it is: the view alone is wrong
     std::size_t renamed_ = 0;
     MendedBody out_;

@@ -62,7 +62,7 @@ struct Resolver::State {
     const Tree& tree;
     ByName exact, loose;
     std::unordered_map<std::string_view, uint32_t> endings;  // no_part: of several parts
-    std::vector<bool> taken;
+    std::vector<uint8_t> taken;
     Arena made;  // names that do not stand in the tree
     bool loose_filled = false;
 
@@ -126,7 +126,7 @@ struct Resolver::State {
     }
 
     uint32_t give(Bearers& bearers) {
-        while (bearers.cursor < bearers.parts.size() && taken[bearers.parts[bearers.cursor]])
+        while (bearers.cursor < bearers.parts.size() && taken[bearers.parts[bearers.cursor]] != 0)
             ++bearers.cursor;
         return bearers.parts[bearers.cursor < bearers.parts.size() ? bearers.cursor : 0];
     }
@@ -185,7 +185,7 @@ Resolver::~Resolver() {
 
 uint32_t Resolver::resolve(std::string_view reference) {
     const uint32_t part = state_->find_any(reference);
-    if (part != no_part) state_->taken[part] = true;
+    if (part != no_part) state_->taken[part] = 1;
     return part;
 }
 
@@ -216,7 +216,7 @@ NewNames::NewNames(const Tree& tree, std::size_t count) {
         ++width_;
 }
 
-std::string NewNames::next(std::string_view original) {
+std::string_view NewNames::next(std::string_view original, Arena& names) {
     std::string letters(width_, 'a');
     std::size_t left = number_++;
     for (std::size_t i = width_; i-- > 0; left /= 26)
@@ -224,15 +224,14 @@ std::string NewNames::next(std::string_view original) {
     std::string made = stem_ + letters;
     const std::string_view base = basename_of(original);
     const std::size_t dot = base.rfind('.');
-    if (dot == std::string_view::npos || dot + 1 == base.size()) return made;
-    const std::string_view extension = base.substr(dot + 1);
+    const std::string_view extension = dot != base.npos ? base.substr(dot + 1) : std::string_view();
     const bool plain =
-        extension.size() <= longest_extension &&
+        !extension.empty() && extension.size() <= longest_extension &&
         std::all_of(extension.begin(), extension.end(), [](char c) {
             return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
         });
     if (plain) made.append(".").append(extension);
-    return made;
+    return names.keep_view(made);
 }
 
 }  // namespace mmskit_anatomy

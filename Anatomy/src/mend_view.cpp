@@ -1,7 +1,6 @@
 // See mend_view.h.
 #include "Anatomy/src/mend_view.h"
 
-#include <mmskit/presentation.h>
 #include <string.h>
 
 #include <deque>
@@ -55,8 +54,8 @@ void MeantView::resolve(const Tree& tree, uint32_t presentation, MendNotes& note
     std::unordered_set<std::string_view> told;
     for (SmilMedia& media : presentation_.media) {
         uint32_t found = resolver.resolve(media.source);
-        for (const std::string& source : media.more_sources)
-            if (found == no_part) found = resolver.resolve(source);
+        for (uint32_t i = 0; i < media.more && found == no_part; ++i)
+            found = resolver.resolve(presentation_.more_sources[media.first_more + i]);
         if (found == no_part && told.insert(media.source).second)
             notes.push_back({MMS_FLAW_LOST, tree.part_details[presentation].data,
                              in_note(media.source) + ": no part has this name"});
@@ -66,7 +65,7 @@ void MeantView::resolve(const Tree& tree, uint32_t presentation, MendNotes& note
             if (media.kind == MediaKind::by_type || mistaken) media.kind = kind;
             if (media.kind == MediaKind::by_type) found = no_part;
         }
-        if (found != no_part) referred_[found] = true;
+        if (found != no_part) referred_[found] = 1;
         tree_parts_.push_back(found);
     }
 }
@@ -80,7 +79,7 @@ void MeantView::plan(const std::vector<PlannedPart>& parts) {
     view_.width = presentation_.width;
     view_.height = presentation_.height;
     view_.background = presentation_.background;
-    view_.placed.assign(parts.size(), false);
+    view_.placed.assign(parts.size(), 0);
     planned_parts_.assign(tree_parts_.size(), no_part);
     for (const SmilSlide& slide : presentation_.slides) {
         ShownSlide shown_slide{slide.duration, slide.background, slide.foreground,
@@ -91,7 +90,7 @@ void MeantView::plan(const std::vector<PlannedPart>& parts) {
             planned_parts_[i] = part;
             if (part == no_part) continue;
             const SmilMedia& media = presentation_.media[i];
-            if (!stays_free(parts[part], media.kind)) view_.placed[part] = true;
+            if (!stays_free(parts[part], media.kind)) view_.placed[part] = 1;
             if (is_hidden(parts[part], media.kind)) continue;
             Shown shown{media.kind, part, {}, media.begin, 0};
             if (media.region >= 0 && media.kind != MediaKind::audio) {
@@ -107,9 +106,9 @@ void MeantView::plan(const std::vector<PlannedPart>& parts) {
 }
 
 std::string MeantView::written(const std::vector<PlannedPart>& parts) const {
-    std::vector<const std::string*> sources(planned_parts_.size());
+    std::vector<std::string_view> sources(planned_parts_.size());
     for (std::size_t i = 0; i < sources.size(); ++i)
-        if (planned_parts_[i] != no_part) sources[i] = &parts[planned_parts_[i]].exact.shown_name();
+        if (planned_parts_[i] != no_part) sources[i] = parts[planned_parts_[i]].exact.shown_name();
     return write_presentation(presentation_, sources);
 }
 
@@ -123,11 +122,10 @@ std::vector<uint32_t> MeantView::shown_parts() const {
 std::vector<uint32_t> wrongly_laid_out(const std::vector<PlannedPart>& parts, ExactNames& names) {
     std::deque<uint32_t> queues[4];
     for (uint32_t i = 0; i < parts.size(); ++i) {
-        if (names.placed()[i]) continue;
-        int kind = fnPAR_IsPlayedMedia(parts[i].exact.type.c_str());
+        if (names.placed()[i] != 0) continue;
+        int kind = parts[i].kind;
         if (kind == kind_text && !parts[i].exact.has_charset) continue;
-        if (kind == kind_other && parts[i].drm == drm_forward_locked)
-            kind = fnPAR_IsPlayedMedia(parts[i].inner_type.c_str());
+        if (kind == kind_other && parts[i].drm == drm_forward_locked) kind = parts[i].inner_kind;
         if (kind >= kind_text && kind <= kind_video) queues[kind - kind_text].push_back(i);
     }
     std::vector<uint32_t> wrong;
@@ -135,7 +133,7 @@ std::vector<uint32_t> wrongly_laid_out(const std::vector<PlannedPart>& parts, Ex
         std::deque<uint32_t>& queue = queues[kind - kind_text];
         const uint32_t part = queue.front();
         queue.pop_front();
-        const std::string& name = parts[part].exact.shown_name();
+        const std::string_view name = parts[part].exact.shown_name();
         const MediaKind as = kind == kind_text ? MediaKind::text : MediaKind::image;
         if (!name.empty() && names.take(name, as) != part) wrong.push_back(part);
     };

@@ -17,12 +17,13 @@ class MeantView {
     MeantView(const Tree& tree, uint32_t presentation, MendNotes& notes);
 
     // True when some element shows that part of the tree.
-    [[nodiscard]] bool refers_to(uint32_t tree_part) const { return referred_[tree_part]; }
+    [[nodiscard]] bool refers_to(uint32_t tree_part) const { return referred_[tree_part] != 0; }
     // The view over planned parts, to be made again when they change.
     void plan(const std::vector<PlannedPart>& parts);
     [[nodiscard]] const View& view() const { return view_; }
     // The presentation with each reference being the name that its part has now.
     [[nodiscard]] std::string written(const std::vector<PlannedPart>& parts) const;
+    [[nodiscard]] std::size_t references() const { return presentation_.media.size(); }
     // Planned parts that the presentation shows.
     [[nodiscard]] std::vector<uint32_t> shown_parts() const;
 
@@ -32,7 +33,7 @@ class MeantView {
     Presentation presentation_;
     std::vector<uint32_t> tree_parts_;     // by media; no_part for none
     std::vector<uint32_t> planned_parts_;  // the same, of the plan
-    std::vector<bool> referred_;
+    std::vector<uint8_t> referred_;
     View view_;
 };
 

@@ -1,6 +1,7 @@
 // The tables of mms_fields.h.
 #include "Anatomy/src/mms_fields.h"
 
+#include <algorithm>
 #include <array>
 #include <iterator>
 
@@ -159,6 +160,23 @@ constexpr Field fields[] = {
 };
 static_assert(std::size(fields) == 0x3F);
 
+// By their lengths, then by their letters.
+constexpr bool less_word(string_view a, string_view b) {
+    if (a.size() != b.size()) return a.size() < b.size();
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (to_lower(a[i]) != to_lower(b[i])) return to_lower(a[i]) < to_lower(b[i]);
+    return false;
+}
+
+constexpr auto fields_by_name = [] {
+    std::array<const Field*, std::size(fields)> sorted{};
+    for (std::size_t i = 0; i < sorted.size(); ++i)
+        sorted[i] = &fields[i];
+    std::sort(sorted.begin(), sorted.end(),
+              [](const Field* a, const Field* b) { return less_word(a->name, b->name); });
+    return sorted;
+}();
+
 struct MessageType {
     string_view name;
     std::array<uint8_t, 5> needed;  // 0 behind the last
@@ -201,9 +219,10 @@ const Field* find_field(uint8_t code) {
 }
 
 const Field* find_field(string_view name) {
-    for (const Field& field : fields)
-        if (same_word(field.name, name)) return &field;
-    return nullptr;
+    const auto found = std::lower_bound(
+        fields_by_name.begin(), fields_by_name.end(), name,
+        [](const Field* field, string_view wanted) { return less_word(field->name, wanted); });
+    return found != fields_by_name.end() && same_word((*found)->name, name) ? *found : nullptr;
 }
 
 std::string token_name(const Field& field, uint8_t octet) {

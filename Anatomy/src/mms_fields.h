@@ -36,7 +36,7 @@ struct TokenRun {
 
 struct Field {
     uint8_t code;
-    const char* name;
+    std::string_view name;
     ValueKind kind;
     std::span<const TokenRun> tokens;
 };

@@ -5,6 +5,7 @@
 #include "Anatomy/src/charset.h"
 #include "Anatomy/src/cursor.h"
 #include "Anatomy/src/header_values.h"
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/mms_fields.h"
 
 namespace mmskit_anatomy {
@@ -151,6 +152,7 @@ class PduWalker {
             read_value(cursor_, value, *field);
             return add(*field, field->name, value, value_at, true);
         }
+        if (passes_plain_text()) return add_header(0, name, value, value_at, true), void();
         if (cursor_.peek() >= 0x80)
             take_text_or_octet(value);
         else if (cursor_.peek() > length_quote || cursor_.peek() == 0)
@@ -158,6 +160,19 @@ class PduWalker {
         else
             take_any(cursor_, value);
         add_header(0, name, value, value_at, true);
+    }
+
+    // Of headers beyond what is shown and listed a value is read for its flaws alone: a plain text
+    // has none.
+    bool passes_plain_text() {
+        if (!tree_.full() || tree_.header_list.size() < most_headers) return false;
+        if (cursor_.peek() <= length_quote || cursor_.peek() >= 0x7F) return false;
+        Cursor behind = cursor_;
+        bool ended = false;
+        const std::string_view text = behind.text(ended);
+        if (!ended || !is_ascii(text) || text.find("=?") != text.npos) return false;
+        cursor_ = behind;
+        return true;
     }
 
     // A text of other letters without its quote, or one octet.

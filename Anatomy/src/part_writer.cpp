@@ -12,23 +12,14 @@ constexpr uint8_t mixed = 0xA3, related_code = 0xB3, utf_8 = 0xEA;
 
 }  // namespace
 
-PartWriter::PartWriter() {
-    for (uint8_t code = 0; code < library_types; ++code) {
-        const LibraryText type = well_known_media_type(code);
-        if (type != nullptr) codes_.emplace(lower_case(type.get()), code);
-    }
-}
-
-std::string PartWriter::spelled(std::string_view type) const {
-    const auto found = codes_.find(std::string(type));
-    if (found == codes_.end()) return std::string(type);
-    const LibraryText text = well_known_media_type(found->second);
-    return text != nullptr ? text.get() : std::string(type);
+std::string_view PartWriter::spelled(std::string_view type) const {
+    const uint8_t code = types_.code_of(type);
+    return code < library_types ? types_.spelled(code) : type;
 }
 
 void PartWriter::write_type(BytesWriter& out, std::string_view type) const {
-    if (const auto found = codes_.find(lower_case(type)); found != codes_.end())
-        out.octet(0x80U | found->second);
+    if (const uint8_t code = types_.code_of(type); code < library_types)
+        out.octet(0x80U | code);
     else
         out.plain(type);
 }
@@ -74,7 +65,7 @@ std::string PartWriter::headers(const ExactBodyPart& part) const {
     }
     if (!part.content_id.empty()) {
         out.octet(code_content_id);
-        out.plain("\"<" + part.content_id + ">");
+        out.plain(std::string("\"<").append(part.content_id).append(">"));
     }
     return std::move(out.bytes);
 }

@@ -3,7 +3,6 @@
 
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "Anatomy/src/bytes_writer.h"
 #include "Anatomy/src/mend.h"
@@ -12,10 +11,10 @@ namespace mmskit_anatomy {
 
 class PartWriter {
   public:
-    PartWriter();
+    explicit PartWriter(MediaTypes& types) : types_(types) {}
 
     // The type in the exact library's own spelling.
-    [[nodiscard]] std::string spelled(std::string_view type) const;
+    [[nodiscard]] std::string_view spelled(std::string_view type) const;
     // The body's Content-Type header. `start` is a Content-ID, empty without a presentation.
     [[nodiscard]] std::string body_type(bool related, std::string_view start) const;
     // Content type and headers of a part.
@@ -24,7 +23,7 @@ class PartWriter {
   private:
     void write_type(BytesWriter& out, std::string_view type) const;
 
-    std::unordered_map<std::string, uint8_t> codes_;  // by type in lower case
+    MediaTypes& types_;
 };
 
 }  // namespace mmskit_anatomy

@@ -9,20 +9,23 @@
 #include <string_view>
 #include <vector>
 
+#include "Anatomy/src/tree.h"
+
 namespace mmskit_anatomy {
 
 enum class MediaKind : uint8_t { text, image, audio, video, by_type };
 
 struct SmilRegion {
-    std::string id, fit;
+    std::string_view id, fit;
     int32_t left = 0, top = 0, width = 0, height = 0;
 };
 
 struct SmilMedia {
     MediaKind kind = MediaKind::by_type;  // by_type: a `ref`, which is what its part is
-    std::string source;
-    std::vector<std::string> more_sources;  // of one with several, in their order
-    int32_t region = -1;                    // index in Presentation::regions
+    std::string_view source;
+    uint32_t first_more = 0;  // of Presentation::more_sources, where there are several
+    uint32_t more = 0;
+    int32_t region = -1;  // index in Presentation::regions
     int32_t begin = 0;
     int32_t end = 0;  // 0: as long as the slide
 };
@@ -37,22 +40,25 @@ struct SmilSlide {
     uint32_t media = 0;
 };
 
+// Its texts are those of what was read, or in `undone`.
 struct Presentation {
+    Arena undone;
     int32_t width = 0, height = 0;  // of the root layout
     Colour background;
     std::vector<SmilRegion> regions;
     std::vector<SmilMedia> media;
+    std::vector<std::string_view> more_sources;
     std::vector<SmilSlide> slides;
 };
 
 // Reads a presentation in whatever form it was written. Slides without media are left out. Linear
-// in the text, and no deeper than itself however deep the text nests.
+// in the text, which must outlive it, and no deeper than itself however deep the text nests.
 Presentation read_presentation(std::string_view utf8);
 
-// `sources` has one for each of its media, null for one that is left out, as is a slide without
+// `sources` has one for each of its media, empty for one that is left out, as is a slide without
 // any. They must be carried by a value (can_stand_in_value).
 std::string write_presentation(const Presentation& presentation,
-                               const std::vector<const std::string*>& sources);
+                               const std::vector<std::string_view>& sources);
 
 // False for a text that the exact reader would not read back from an attribute's value as it is.
 bool can_stand_in_value(std::string_view text);

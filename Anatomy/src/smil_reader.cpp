@@ -2,6 +2,8 @@
 // through; a slide that is not closed ends where the next one begins; media outside of any slide
 // are slides of their own, as the body is a sequence.
 #include <algorithm>
+#include <array>
+#include <iterator>
 #include <unordered_map>
 
 #include "Anatomy/src/letters.h"
@@ -40,20 +42,77 @@ constexpr ElementRow element_rows[] = {
 };
 
 const ElementRow* row_of(std::string_view name) {
+    constexpr std::size_t shortest = 3;
+    if (name.size() < shortest) return nullptr;
     for (const ElementRow& row : element_rows)
         if (name.size() == row.name.size() && same_word(name, row.name)) return &row;
     return nullptr;
 }
 
-// An attribute's value, or nothing where it is not there or says nothing.
-std::string_view value_in(const SmilTag& tag, std::string_view name) {
-    const std::string* value = tag.value_of(name);
-    return value != nullptr ? stripped(*value) : std::string_view();
+enum class Attr : uint8_t {
+    src,
+    begin,
+    end,
+    dur,
+    region,
+    name,
+    value,
+    id,
+    regionname,
+    fit,
+    left,
+    top,
+    width,
+    height,
+    background_colour,
+    backgroundcolour,
+    none
+};
+constexpr std::string_view attr_names[] = {"src",
+                                           "begin",
+                                           "end",
+                                           "dur",
+                                           "region",
+                                           "name",
+                                           "value",
+                                           "id",
+                                           "regionname",
+                                           "fit",
+                                           "left",
+                                           "top",
+                                           "width",
+                                           "height",
+                                           "background-color",
+                                           "backgroundcolor"};
+
+Attr attr_of(std::string_view name) {
+    for (std::size_t i = 0; i < std::size(attr_names); ++i)
+        if (name.size() == attr_names[i].size() && same_word(name, attr_names[i]))
+            return static_cast<Attr>(i);
+    return Attr::none;
 }
+
+// The attributes of a tag: of one name the first.
+class Values {
+  public:
+    explicit Values(const SmilTag& tag) {
+        for (const SmilAttribute& attribute : tag.attributes) {
+            const Attr key = attr_of(attribute.name);
+            std::string_view& value = values_[static_cast<std::size_t>(key)];
+            if (key != Attr::none && value.data() == nullptr) value = stripped(attribute.value);
+        }
+    }
+    // Nothing where it is not there or says nothing.
+    std::string_view operator[](Attr key) const { return values_[static_cast<std::size_t>(key)]; }
+    [[nodiscard]] bool has(Attr key) const { return (*this)[key].data() != nullptr; }
+
+  private:
+    std::array<std::string_view, std::size(attr_names) + 1> values_;
+};
 
 class SmilReader {
   public:
-    explicit SmilReader(std::string_view text) : scanner_(text) {}
+    explicit SmilReader(std::string_view text) : scanner_(text, out_.undone) {}
 
     Presentation read() {
         for (SmilTag tag; scanner_.next(tag);)
@@ -70,7 +129,7 @@ class SmilReader {
     };
     // A region whose geometry waits for the size of the root layout.
     struct RegionText {
-        std::string left, top, width, height;
+        std::string_view left, top, width, height;
     };
 
     void read_tag(const ElementRow& row, const SmilTag& tag) {
@@ -106,11 +165,12 @@ class SmilReader {
     void open_par(const SmilTag& tag) {
         end_slide();
         Par par = pars_.empty() ? Par{} : pars_.back();
-        const std::string_view duration = value_in(tag, "dur"), end = value_in(tag, "end");
+        const Values values(tag);
+        const std::string_view duration = values[Attr::dur], end = values[Attr::end];
         if (!duration.empty()) {
             par = {clock_value(duration), true};
         } else if (!end.empty()) {
-            par = {clock_value(end) - std::max(0, clock_value(value_in(tag, "begin"))), true};
+            par = {clock_value(end) - std::max(0, clock_value(values[Attr::begin])), true};
         }
         if (pars_.size() < deepest_par) {
             pars_.push_back(par);
@@ -155,43 +215,44 @@ class SmilReader {
         if (!slide_open_) begin_slide(pars_.empty() ? Par{} : pars_.back());
         SmilMedia media;
         media.kind = kind;
-        bool any = false;
+        media.first_more = static_cast<uint32_t>(out_.more_sources.size());
         for (const SmilAttribute& attribute : tag.attributes) {
             if (!same_word(attribute.name, "src")) continue;
             const std::string_view source = stripped(attribute.value);
-            if (source.empty()) continue;
-            if (any) {
-                media.more_sources.emplace_back(source);
-            } else {
+            if (media.source.empty())
                 media.source = source;
-            }
-            any = true;
+            else if (!source.empty())
+                out_.more_sources.push_back(source);
         }
-        if (!any) return;
-        read_times(media, tag);
-        media.region = region_number(value_in(tag, "region"));
-        out_.media.push_back(std::move(media));
+        if (media.source.empty()) return;
+        media.more = static_cast<uint32_t>(out_.more_sources.size()) - media.first_more;
+        if (tag.attributes.size() > 1U + media.more) {
+            const Values values(tag);
+            read_times(media, values);
+            media.region = region_number(values[Attr::region]);
+        }
+        out_.media.push_back(media);
     }
 
-    static void read_times(SmilMedia& media, const SmilTag& tag) {
-        media.begin = clock_value(value_in(tag, "begin"));
-        media.end = clock_value(value_in(tag, "end"));
-        const int32_t duration = clock_value(value_in(tag, "dur"));
-        if (value_in(tag, "end").empty() && duration > 0)
+    static void read_times(SmilMedia& media, const Values& values) {
+        media.begin = clock_value(values[Attr::begin]);
+        media.end = clock_value(values[Attr::end]);
+        const int32_t duration = clock_value(values[Attr::dur]);
+        if (values[Attr::end].empty() && duration > 0)
             __builtin_add_overflow(media.begin, duration, &media.end);
         if (media.end <= media.begin) media.end = 0;
     }
 
     // Colours of the slide and, inside a text, of its letters.
     void read_param(const SmilTag& tag) {
-        const std::string_view name = value_in(tag, "name");
-        const std::string* value = tag.value_of("value");
-        if (value == nullptr || !slide_open_) return;
+        const Values values(tag);
+        const std::string_view name = values[Attr::name];
+        if (!values.has(Attr::value) || !slide_open_) return;
         const bool background =
             same_word(name, "background-color") || same_word(name, "backgroundcolor");
         const bool foreground =
             same_word(name, "foreground-color") || same_word(name, "foregroundcolor");
-        const Colour colour = colour_value(*value);
+        const Colour colour = colour_value(values[Attr::value]);
         if (!colour) return;
         if (background && !in_text_) slide_.background = colour;
         if (foreground && in_text_) slide_.foreground = colour;
@@ -200,40 +261,40 @@ class SmilReader {
     // ---- Layout -------------------------------------------------------------------------------
 
     void read_root(const SmilTag& tag) {
-        if (const auto width = value_in(tag, "width"); !width.empty())
-            out_.width = exact_number(width);
-        if (const auto height = value_in(tag, "height"); !height.empty())
-            out_.height = exact_number(height);
-        for (const std::string_view name : {"background-color", "backgroundcolor"})
-            if (const std::string* value = tag.value_of(name))
-                if (const Colour colour = colour_value(*value)) out_.background = colour;
+        const Values values(tag);
+        if (!values[Attr::width].empty()) out_.width = exact_number(values[Attr::width]);
+        if (!values[Attr::height].empty()) out_.height = exact_number(values[Attr::height]);
+        for (const Attr key : {Attr::background_colour, Attr::backgroundcolour})
+            if (const Colour colour = colour_value(values[key])) out_.background = colour;
     }
 
     void read_region(const SmilTag& tag) {
-        std::string_view id = value_in(tag, "id");
-        if (id.empty()) id = value_in(tag, "regionname");
+        const Values values(tag);
         SmilRegion region;
-        region.id = id;
-        region.fit = value_in(tag, "fit");
-        out_.regions.push_back(std::move(region));
+        region.id = values[values[Attr::id].empty() ? Attr::regionname : Attr::id];
+        region.fit = values[Attr::fit];
+        out_.regions.push_back(region);
         region_texts_.push_back(
-            {std::string(value_in(tag, "left")), std::string(value_in(tag, "top")),
-             std::string(value_in(tag, "width")), std::string(value_in(tag, "height"))});
+            {values[Attr::left], values[Attr::top], values[Attr::width], values[Attr::height]});
     }
 
     // Regions are looked up when all are known; until then a media's region is the number of its
     // name.
     int32_t region_number(std::string_view name) {
         if (name.empty()) return -1;
-        const auto [at, added] =
-            wanted_.try_emplace(std::string(name), static_cast<int32_t>(wanted_.size()));
-        (void)added;
-        return at->second;
+        if (name == last_wanted_) return last_number_;  // one that follows itself
+        last_wanted_ = name;
+        last_number_ =
+            wanted_.try_emplace(name, static_cast<int32_t>(wanted_.size())).first->second;
+        return last_number_;
     }
 
     void lay_out() {
-        std::unordered_map<std::string_view, int32_t> by_id;
+        // Only of names that a medium has, in letters of one case.
         std::unordered_map<std::string, int32_t> by_folded_id;
+        for (const auto& [name, number] : wanted_)
+            by_folded_id.try_emplace(lower_case(name), -1);
+        std::vector<int32_t> found(wanted_.size(), -1);
         for (std::size_t i = 0; i < out_.regions.size(); ++i) {
             SmilRegion& region = out_.regions[i];
             const RegionText& text = region_texts_[i];
@@ -241,16 +302,16 @@ class SmilReader {
             region.top = length_value(text.top, out_.height);
             region.width = length_value(text.width, out_.width);
             region.height = length_value(text.height, out_.height);
-            by_id[region.id] = static_cast<int32_t>(i);  // the last of one name holds
-            by_folded_id[lower_case(region.id)] = static_cast<int32_t>(i);
+            // The last of one name holds.
+            if (const auto exact = wanted_.find(region.id); exact != wanted_.end())
+                found[static_cast<std::size_t>(exact->second)] = static_cast<int32_t>(i);
+            if (wanted_.empty()) continue;
+            const auto loose = by_folded_id.find(lower_case(region.id));
+            if (loose != by_folded_id.end()) loose->second = static_cast<int32_t>(i);
         }
-        std::vector<int32_t> found(wanted_.size(), -1);
         for (const auto& [name, number] : wanted_) {
-            const auto exact = by_id.find(name);
-            const auto loose = by_folded_id.find(lower_case(name));
-            if (loose == by_folded_id.end()) continue;
-            found[static_cast<std::size_t>(number)] =
-                exact != by_id.end() ? exact->second : loose->second;
+            int32_t& region = found[static_cast<std::size_t>(number)];
+            if (region < 0) region = by_folded_id[lower_case(name)];
         }
         for (SmilMedia& media : out_.media)
             if (media.region >= 0) media.region = found[static_cast<std::size_t>(media.region)];
@@ -259,7 +320,9 @@ class SmilReader {
     SmilScanner scanner_;
     Presentation out_;
     std::vector<RegionText> region_texts_;
-    std::unordered_map<std::string, int32_t> wanted_;  // names of regions, numbered
+    std::unordered_map<std::string_view, int32_t> wanted_;  // names of regions, numbered
+    std::string_view last_wanted_;
+    int32_t last_number_ = -1;
     std::vector<Par> pars_;
     std::size_t deeper_ = 0;
     SmilSlide slide_;

@@ -2,6 +2,7 @@
 #include "Anatomy/src/smil_scanner.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <optional>
 
@@ -13,6 +14,20 @@ namespace {
 
 constexpr std::size_t longest_entity = 12;    // characters between "&" and ";"
 constexpr std::size_t most_attributes = 256;  // of one tag; a region has eight
+
+// What a byte ends, a bit for each.
+constexpr uint8_t ends_tag = 1, ends_name = 2, ends_bare_value = 4, ends_double = 8,
+                  ends_single = 16;
+constexpr auto class_of_byte = [] {
+    std::array<uint8_t, 256> ends{};
+    for (const char c : std::string_view(" \t\n\v\f\r>/"))
+        ends[static_cast<uint8_t>(c)] = ends_tag | ends_name | ends_bare_value;
+    ends['<'] = ends_tag | ends_name | ends_double | ends_single;
+    ends['='] = ends_name;
+    ends['"'] = ends_double;
+    ends['\''] = ends_single;
+    return ends;
+}();
 
 constexpr bool begins_name(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' ||
@@ -72,10 +87,8 @@ std::optional<uint32_t> entity(std::string_view body) {
     return std::nullopt;
 }
 
-}  // namespace
-
+// Named entities of XML and numeric ones; others stay as they are.
 std::string without_entities(std::string_view text) {
-    if (text.find('&') == std::string_view::npos) return std::string(text);
     std::string out;
     out.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
@@ -95,10 +108,18 @@ std::string without_entities(std::string_view text) {
     return out;
 }
 
-const std::string* SmilTag::value_of(std::string_view attribute) const {
-    for (const SmilAttribute& a : attributes)
-        if (same_word(a.name, attribute)) return &a.value;
-    return nullptr;
+}  // namespace
+
+// Where the next byte of that class stands; a "/" that is not before ">" ends a tag's name alone.
+std::size_t SmilScanner::pass_until(uint8_t ends) const {
+    const char* const text = text_.data();
+    const std::size_t size = text_.size();
+    for (std::size_t at = at_; at < size; ++at) {
+        if ((class_of_byte[static_cast<uint8_t>(text[at])] & ends) == 0) continue;
+        const bool may_go_on = text[at] == '/' && ends != ends_tag;
+        if (!may_go_on || (at + 1 < size && text[at + 1] == '>')) return at;
+    }
+    return size;
 }
 
 void SmilScanner::skip_blanks() {
@@ -122,9 +143,7 @@ bool SmilScanner::next(SmilTag& tag) {
         skip_blanks();
         if (!begins_name(peek())) continue;
         const std::size_t begin = at_;
-        while (at_ < text_.size() && !is_blank(peek()) && peek() != '>' && peek() != '/' &&
-               peek() != '<')
-            ++at_;
+        at_ = pass_until(ends_tag);
         tag.name = without_prefix(text_.substr(begin, at_ - begin));
         tag.opens = !closing;
         tag.closes = closing;
@@ -187,9 +206,7 @@ void SmilScanner::read_attributes(SmilTag& tag) {
             continue;
         }
         const std::size_t begin = at_;
-        while (!at_tag_end() && !is_blank(peek()) && peek() != '=' && peek() != '<' &&
-               (peek() != '/' || peek(1) != '>'))
-            ++at_;
+        at_ = pass_until(ends_name);
         const std::string_view name = text_.substr(begin, at_ - begin);
         skip_blanks();
         if (peek() != '=') {
@@ -199,8 +216,10 @@ void SmilScanner::read_attributes(SmilTag& tag) {
         ++at_;
         skip_blanks();
         const std::string_view value = read_value();
-        if (!name.empty() && tag.attributes.size() < most_attributes)
-            tag.attributes.push_back({without_prefix(name), without_entities(value)});
+        if (name.empty() || tag.attributes.size() >= most_attributes) continue;
+        const bool plain = value.find('&') == std::string_view::npos;
+        tag.attributes.push_back(
+            {without_prefix(name), plain ? value : undone_.keep_view(without_entities(value))});
     }
 }
 
@@ -210,9 +229,7 @@ std::string_view SmilScanner::read_value() {
     const char quote = peek();
     if (quote == '"' || quote == '\'') {
         const std::size_t begin = ++at_;
-        std::size_t end = begin;
-        while (end < text_.size() && text_[end] != quote && text_[end] != '<')
-            ++end;
+        const std::size_t end = pass_until(quote == '"' ? ends_double : ends_single);
         if (end < text_.size() && text_[end] == quote) {
             at_ = end + 1;
             return text_.substr(begin, end - begin);
@@ -223,8 +240,7 @@ std::string_view SmilScanner::read_value() {
         return value.ends_with('/') ? value.substr(0, value.size() - 1) : value;
     }
     const std::size_t begin = at_;
-    while (!at_tag_end() && !is_blank(peek()) && (peek() != '/' || peek(1) != '>'))
-        ++at_;
+    at_ = pass_until(ends_bare_value);
     return text_.substr(begin, at_ - begin);
 }
 

@@ -3,11 +3,11 @@
 // internal subset, entities. Each byte is looked at a bounded number of times.
 #pragma once
 
-#include <array>
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <vector>
+
+#include "Anatomy/src/tree.h"
 
 namespace mmskit_anatomy {
 
@@ -17,8 +17,8 @@ constexpr bool is_blank(char c) {
 }
 
 struct SmilAttribute {
-    std::string_view name;  // as written, without a namespace's prefix
-    std::string value;      // entities undone
+    std::string_view name;   // as written, without a namespace's prefix
+    std::string_view value;  // entities undone
 };
 
 struct SmilTag {
@@ -26,14 +26,12 @@ struct SmilTag {
     bool opens = false;     // <x> and <x/>
     bool closes = false;    // </x> and <x/>
     std::vector<SmilAttribute> attributes;
-
-    // The first one of that name, ignoring case; null without one.
-    [[nodiscard]] const std::string* value_of(std::string_view attribute) const;
 };
 
 class SmilScanner {
   public:
-    explicit SmilScanner(std::string_view text) : text_(text) {}
+    // `undone` keeps the values that do not stand in the text as they are.
+    SmilScanner(std::string_view text, Arena& undone) : text_(text), undone_(undone) {}
 
     // The next tag; false at the end of the text.
     bool next(SmilTag& tag);
@@ -44,6 +42,7 @@ class SmilScanner {
     void pass_document_type();
     void read_attributes(SmilTag& tag);
     std::string_view read_value();
+    [[nodiscard]] std::size_t pass_until(uint8_t ends) const;
     [[nodiscard]] char peek(std::size_t ahead = 0) const {
         return at_ + ahead < text_.size() ? text_[at_ + ahead] : '\0';
     }
@@ -51,13 +50,11 @@ class SmilScanner {
     void skip_blanks();
 
     std::string_view text_;
+    Arena& undone_;
     std::size_t at_ = 0;
     // What was searched for once and is nowhere behind: never searched again.
     bool no_comment_end_ = false, no_data_end_ = false, no_instruction_end_ = false,
          document_type_seen_ = false;
 };
-
-// Named entities of XML and numeric ones; others stay as they are.
-std::string without_entities(std::string_view text);
 
 }  // namespace mmskit_anatomy

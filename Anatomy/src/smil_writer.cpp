@@ -11,7 +11,7 @@ namespace {
 
 class Writer {
   public:
-    Writer(const Presentation& from, const std::vector<const std::string*>& sources)
+    Writer(const Presentation& from, const std::vector<std::string_view>& sources)
         : from_(from), sources_(sources) {}
 
     std::string write() {
@@ -67,7 +67,7 @@ class Writer {
                 return can_stand_in_value(region.id) && seen.insert(region.id).second;
             });
         for (std::size_t i = 0; i < from_.regions.size(); ++i)
-            ids_.push_back(own ? from_.regions[i].id : "r" + std::to_string(i));
+            ids_.push_back(own ? std::string(from_.regions[i].id) : "r" + std::to_string(i));
     }
 
     void write_region(const SmilRegion& region, std::string_view id) {
@@ -83,8 +83,7 @@ class Writer {
 
     void write_slide(const SmilSlide& slide) {
         const auto first = sources_.begin() + slide.first_media, end = first + slide.media;
-        if (std::all_of(first, end, [](const std::string* source) { return source == nullptr; }))
-            return;
+        if (std::all_of(first, end, [](std::string_view source) { return source.empty(); })) return;
         out_ += "<par";
         number("dur", slide.duration, "ms");
         out_ += ">\n";
@@ -92,8 +91,8 @@ class Writer {
         bool coloured = !slide.foreground.has_value();  // the first text has the colour inside
         for (uint32_t i = 0; i < slide.media; ++i) {
             const SmilMedia& media = from_.media[slide.first_media + i];
-            if (first[i] == nullptr) continue;
-            begin_media(media, *first[i]);
+            if (first[i].empty()) continue;
+            begin_media(media, first[i]);
             if (media.kind == MediaKind::text && !coloured) {
                 end_coloured(*slide.foreground);
                 coloured = true;
@@ -125,7 +124,7 @@ class Writer {
     }
 
     const Presentation& from_;
-    const std::vector<const std::string*>& sources_;
+    const std::vector<std::string_view>& sources_;
     std::vector<std::string> ids_;
     std::string out_;
 };
@@ -140,7 +139,7 @@ bool can_stand_in_value(std::string_view text) {
 }
 
 std::string write_presentation(const Presentation& presentation,
-                               const std::vector<const std::string*>& sources) {
+                               const std::vector<std::string_view>& sources) {
     return Writer(presentation, sources).write();
 }
 

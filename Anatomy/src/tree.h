@@ -44,7 +44,8 @@ struct Place {
 class Arena {
   public:
     const char* keep(std::string_view text);  // a NUL-terminated copy
-    uint8_t* bytes(std::size_t size);         // not filled
+    std::string_view keep_view(std::string_view text) { return {keep(text), text.size()}; }
+    uint8_t* bytes(std::size_t size);  // not filled
 
   private:
     std::vector<std::unique_ptr<char[]>> blocks_;

@@ -38,7 +38,7 @@ struct View {
     Colour background;
     std::vector<ShownSlide> slides;
     std::vector<Shown> shown;
-    std::vector<bool> placed;  // by part: the presentation shows it somewhere
+    std::vector<uint8_t> placed;  // by part: the presentation shows it somewhere
 
     bool operator==(const View&) const = default;
 };
