@@ -30,7 +30,9 @@ std::span<const uint8_t> bytes_of(const std::string& text) {
 int preview_file(const PreviewOptions& options) {
     const auto message = open_message(options.input);
     const MessageFacts& facts = message->facts();
-    write_file(options.output, bytes_of(render_page(facts)));
+    OutputFile page(options.output);
+    write_page(facts, page);
+    page.publish();
     return exit_status(facts);
 }
 
@@ -111,7 +113,9 @@ class FolderPreview {
             const std::string name = unused_name(file);
             row.page = name + ".html";
             row.thumb = write_thumb(name, thumbnail(message.facts()));
-            write_file((output_ / row.page).string(), bytes_of(render_page(message.facts())));
+            OutputFile page((output_ / row.page).string());
+            write_page(message.facts(), page);
+            page.publish();
         } catch (const Flaw& flaw) {
             row.error = describe(flaw);
         }

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <limits>
 #include <set>
+#include <utility>
 
 #include "ground/safe_text.h"
 
@@ -38,6 +39,8 @@ class Descriptor {
   private:
     int fd_;
 };
+
+constexpr std::size_t grown = 65'536;  // bytes of a piece
 
 [[noreturn]] void fail(const std::string& name, int error) {
     throw Failure(visible(name) + ": " + std::strerror(error));
@@ -93,8 +96,7 @@ void write_output(std::string_view text) {
 }
 
 void write_grown_output(std::string& text) {
-    constexpr std::size_t piece = 65'536;
-    if (text.size() < piece) return;
+    if (text.size() < grown) return;
     write_output(text);
     text.clear();
 }
@@ -133,38 +135,60 @@ std::string new_temporary(const std::string& folder, mode_t mode, int& fd) {
     }
 }
 
-void write_in_place(const std::string& file, std::span<const uint8_t> data) {
-    Descriptor out(::open(file.c_str(), O_WRONLY | O_CLOEXEC));
-    if (out.get() < 0) fail(file, errno);
-    if (!write_all(out.get(), data.data(), data.size()) || !out.close()) fail(file, errno);
-}
-
 }  // namespace
 
-void write_file(const std::string& file, std::span<const uint8_t> data) {
-    if (file == "-") {
-        if (!write_all(STDOUT_FILENO, data.data(), data.size())) fail("standard output", errno);
-        return;
-    }
+OutputFile::OutputFile(const std::string& file)
+    : name_(file == "-" ? "standard output" : file), fd_(STDOUT_FILENO) {
+    if (file == "-") return;
     struct stat status {};
     const bool there = ::stat(file.c_str(), &status) == 0;
     if (there && S_ISDIR(status.st_mode)) fail(file, EISDIR);
-    // A device or a pipe is written to, not replaced.
-    if (there && !S_ISREG(status.st_mode)) return write_in_place(file, data);
-
-    const std::string target = link_target(file);
-    const mode_t mode = there ? status.st_mode & 0777U : 0666U;
-    int fd = -1;
-    const std::string temporary = new_temporary(target.substr(0, target.rfind('/') + 1), mode, fd);
-    if (fd < 0) fail(file, errno);
-    Descriptor out(fd);
-    if (write_all(out.get(), data.data(), data.size()) && out.close() &&
-        ::rename(temporary.c_str(), target.c_str()) == 0) {
-        return;
+    if (there && !S_ISREG(status.st_mode)) {
+        // A device or a pipe is written to, not replaced.
+        fd_ = ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    } else {
+        target_ = link_target(file);
+        const mode_t mode = there ? status.st_mode & 0777U : 0666U;
+        temporary_ = new_temporary(target_.substr(0, target_.rfind('/') + 1), mode, fd_);
     }
-    const int error = errno;
-    (void)::unlink(temporary.c_str());
-    fail(file, error);
+    if (fd_ >= 0) return;
+    temporary_.clear();
+    fail(file, errno);
+}
+
+OutputFile::~OutputFile() {
+    if (fd_ > STDERR_FILENO) (void)::close(fd_);
+    remove_temporary(this);
+}
+
+void OutputFile::remove_temporary(void* file) {
+    const std::string& temporary = static_cast<OutputFile*>(file)->temporary_;
+    if (!temporary.empty()) (void)::unlink(temporary.c_str());
+}
+
+void OutputFile::write(std::string_view piece) {
+    if (!write_all(fd_, piece.data(), piece.size())) fail(name_, errno);
+}
+
+void OutputFile::write_grown(std::string& text) {
+    if (text.size() < grown) return;
+    write(text);
+    text.clear();
+}
+
+void OutputFile::publish() {
+    const int fd = std::exchange(fd_, -1);
+    // A file system may report a full disk only when the file is closed.
+    if (fd > STDERR_FILENO && ::close(fd) != 0) fail(name_, errno);
+    if (!temporary_.empty() && ::rename(temporary_.c_str(), target_.c_str()) != 0)
+        fail(name_, errno);
+    temporary_.clear();
+}
+
+void write_file(const std::string& file, std::span<const uint8_t> data) {
+    OutputFile out(file);
+    out.write({reinterpret_cast<const char*>(data.data()), data.size()});
+    out.publish();
 }
 
 OutputFolder::OutputFolder(const std::string& path) : path_(path), fd_(-1) {

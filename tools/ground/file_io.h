@@ -13,6 +13,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "ground/out_of_memory.h"
+
 namespace mmskit_tool {
 
 // What went wrong, as one printable line without "mmskit: ".
@@ -33,9 +35,31 @@ void write_output(std::string_view text);
 // more than that and what is added between two calls is held.
 void write_grown_output(std::string& text);
 
-// Writes a whole file, or standard output for "-". An existing file is replaced, and only by a
-// complete one: on a failure it stays as it was. A symbolic link stays and its file is replaced;
+// A file, or standard output for "-", written in pieces. An existing file is replaced, and only by
+// a complete one: on a failure it stays as it was. A symbolic link stays and its file is replaced;
 // one that leads nowhere is refused.
+class OutputFile {
+  public:
+    explicit OutputFile(const std::string& file);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    void write(std::string_view piece);
+    // As write_grown_output().
+    void write_grown(std::string& text);
+    // The file is complete.
+    void publish();
+
+  private:
+    static void remove_temporary(void* file);
+
+    std::string name_;  // as messages give it
+    int fd_;
+    std::string target_, temporary_;  // empty where what is there is written to
+    Temporary removed_{remove_temporary, this};
+};
+
 void write_file(const std::string& file, std::span<const uint8_t> data);
 
 // All of it, over interrupted and short writes; false with errno set when it cannot be.

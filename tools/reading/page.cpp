@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <map>
 
+#include "ground/file_io.h"
 #include "ground/safe_text.h"
 #include "reading/page_parts.h"
 #include "reading/page_text.h"
@@ -67,37 +68,44 @@ std::string left_out(const char* tag, std::size_t count, const char* what) {
            '\n';
 }
 
-// Writes one page. Ids count up: t and m are texts and media, each with its line l.
+// Writes one page, in pieces. Ids count up: t and m are texts and media, each with its line l.
 class PageWriter {
   public:
-    explicit PageWriter(const MessageFacts& facts) : facts_(facts) {
+    PageWriter(const MessageFacts& facts, OutputFile& file) : facts_(facts), file_(file) {
         for (const RegionFact& region : facts.regions) {
             if (region.fit != nullptr) fits_.try_emplace(key(region.place), region.fit);
         }
     }
 
-    std::string page() {
-        const std::string subject = header_text(facts_, "Subject");
-        TemplateValues values{
-            {"policy", page_policy(player_js, "data:")},
-            {"title", subject.empty() ? html_line(title()) : html_line(subject)},
-            {"style", std::string(player_css)},
-            {"shape", shape()},
-            {"who", who()},
-            {"screen", screen()},
-            {"slides", slides()},
-            {"notes", notes()},
-            {"further", further()},
-            {"attachments", attachments()},
-            {"headers", headers()},
-            {"made", html_line(facts_.kind) + ", " + short_size(facts_.size) +
-                         ". Made by mmskit " MMSKIT_VERSION "."},
-            {"script", std::string(player_js)},
-        };
-        return filled(player_html, values);
+    void write() {
+        fill(
+            player_html, [&](std::string_view text) { out_ += text; },
+            [&](std::string_view name) { put(name); });
+        file_.write(out_);
     }
 
   private:
+    void put(std::string_view name) {
+        using Put = void (*)(PageWriter&);
+        static constexpr std::pair<std::string_view, Put> fields[] = {
+            {"policy", [](PageWriter& it) { it.out_ += page_policy(player_js, "data:"); }},
+            {"title", [](PageWriter& it) { it.out_ += html_line(it.title()); }},
+            {"style", [](PageWriter& it) { it.out_ += player_css; }},
+            {"shape", [](PageWriter& it) { it.out_ += it.shape(); }},
+            {"who", [](PageWriter& it) { it.out_ += it.who(); }},
+            {"screen", [](PageWriter& it) { it.out_ += it.screen(); }},
+            {"slides", [](PageWriter& it) { it.put_slides(); }},
+            {"notes", [](PageWriter& it) { it.put_notes(); }},
+            {"further", [](PageWriter& it) { it.put_further(); }},
+            {"attachments", [](PageWriter& it) { it.put_attachments(); }},
+            {"headers", [](PageWriter& it) { it.put_headers(); }},
+            {"made", [](PageWriter& it) { it.out_ += it.made(); }},
+            {"script", [](PageWriter& it) { it.out_ += player_js; }}};
+        for (const auto& [field, put_field] : fields) {
+            if (field == name) put_field(*this);
+        }
+    }
+
     using PlaceKey = std::array<int32_t, 4>;
     static PlaceKey key(const Place& place) {
         return {place.left, place.top, place.width, place.height};
@@ -116,6 +124,8 @@ class PageWriter {
     }
 
     [[nodiscard]] std::string title() const {
+        const std::string subject = header_text(facts_, "Subject");
+        if (!subject.empty()) return subject;
         const std::string from = header_text(facts_, "From");
         return kind_name(facts_) + (from.empty() ? "" : " from " + from);
     }
@@ -138,17 +148,22 @@ class PageWriter {
                attribute("data-height", facts_.screen_height);
     }
 
+    [[nodiscard]] std::string made() const {
+        return html_line(facts_.kind) + ", " + short_size(facts_.size) +
+               ". Made by mmskit " MMSKIT_VERSION ".";
+    }
+
     // ---- Slides ---------------------------------------------------------------------------
 
-    std::string slides() {
-        std::string out;
+    void put_slides() {
         const std::size_t count = facts_.slides.size();
         for (std::size_t i = 0; i < std::min(count, most_shown); ++i) {
             const std::string label =
                 "Slide " + std::to_string(i + 1) + " of " + std::to_string(count);
-            append_slide(out, facts_.slides[i], label);
+            append_slide(out_, facts_.slides[i], label);
+            file_.write_grown(out_);
         }
-        return out + left_out("p", count, "slides");
+        out_ += left_out("p", count, "slides");
     }
 
     void append_slide(std::string& out, const SlideFact& slide, const std::string& label) {
@@ -318,29 +333,33 @@ class PageWriter {
     // ---- What stands beside the slides ------------------------------------------------------
 
     // What is missing is told at once, what was mended or not understood on request.
-    [[nodiscard]] std::string notes() const {
-        std::string lost;
-        std::string rest;
-        std::size_t folded = 0;
-        if (facts_.body_flaw) {
-            lost += "<li><span class=\"kind\">Not shown:</span> " +
-                    html_line(describe(*facts_.body_flaw)) + "</li>\n";
+    void put_notes() {
+        const auto told = [](const NoteFact& note) { return note.kind != NoteKind::lost; };
+        const auto folded = std::count_if(facts_.notes.begin(), facts_.notes.end(), told);
+        if (facts_.body_flaw || anything_lost(facts_)) {
+            out_ += "<section class=\"card notes\"><h2>Not all of this message is here</h2><ul>\n";
+            if (facts_.body_flaw) {
+                out_ += "<li><span class=\"kind\">Not shown:</span> " +
+                        html_line(describe(*facts_.body_flaw)) + "</li>\n";
+            }
+            put_notes_that([&](const NoteFact& note) { return !told(note); });
+            out_ += "</ul></section>\n";
         }
+        if (folded != 0) {
+            out_ += "<details class=\"card\"><summary>Notes <span>" + std::to_string(folded) +
+                    "</span></summary><ul>\n";
+            put_notes_that(told);
+            out_ += "</ul></details>\n";
+        }
+    }
+
+    template <typename Wanted>
+    void put_notes_that(Wanted wanted) {
         for (const NoteFact& note : facts_.notes) {
-            const bool is_lost = note.kind == NoteKind::lost;
-            (is_lost ? lost : rest) += note_item(note);
-            folded += is_lost ? 0 : 1;
+            if (!wanted(note)) continue;
+            out_ += note_item(note);
+            file_.write_grown(out_);
         }
-        std::string out;
-        if (!lost.empty()) {
-            out += "<section class=\"card notes\"><h2>Not all of this message is here</h2><ul>\n" +
-                   lost + "</ul></section>\n";
-        }
-        if (!rest.empty()) {
-            out += "<details class=\"card\"><summary>Notes <span>" + std::to_string(folded) +
-                   "</span></summary><ul>\n" + rest + "</ul></details>\n";
-        }
-        return out;
     }
 
     [[nodiscard]] std::string note_item(const NoteFact& note) const {
@@ -353,28 +372,31 @@ class PageWriter {
                "</span></li>\n";
     }
 
-    std::string further() {
-        std::string out;
+    void put_further() {
         std::size_t count = 0;
+        std::string where;
+        const auto begin_item = [&] {
+            if (++count > most_shown) return false;
+            file_.write_grown(out_);
+            if (count == 1)
+                out_ += "<section class=\"card further\"><h2>Also on the slides</h2><ul>\n";
+            out_ += "<li>" + where;
+            return true;
+        };
         for (std::size_t i = 0; i < facts_.slides.size(); ++i) {
             const SlideFact& slide = facts_.slides[i];
-            const std::string where =
-                "<span class=\"facts\">Slide " + std::to_string(i + 1) + "</span>";
+            where = "<span class=\"facts\">Slide " + std::to_string(i + 1) + "</span>";
             for (const TextFact& text : slide.further_texts) {
-                if (text.text == nullptr || ++count > most_shown) continue;
-                out += "<li>" + where + "<p dir=\"auto\">" + html_text(text.text) + "</p></li>\n";
+                if (text.text == nullptr || !begin_item()) continue;
+                out_ += "<p dir=\"auto\">" + html_text(text.text) + "</p></li>\n";
             }
             for (const MediaFact& media : slide.further_media) {
-                if (++count > most_shown) continue;
-                out += "<li>" + where;
-                append_further(out, media);
-                out += "</li>\n";
+                if (!begin_item()) continue;
+                append_further(out_, media);
+                out_ += "</li>\n";
             }
         }
-        if (out.empty()) return "";
-        out += left_out("li", count, "elements");
-        return "<section class=\"card further\"><h2>Also on the slides</h2><ul>\n" + out +
-               "</ul></section>\n";
+        if (count != 0) out_ += left_out("li", count, "elements") + "</ul></section>\n";
     }
 
     void append_further(std::string& out, const MediaFact& media) {
@@ -388,13 +410,15 @@ class PageWriter {
         out += "</p>";
     }
 
-    std::string attachments() {
-        if (facts_.attachments.empty()) return "";
-        std::string out = "<section class=\"card\"><h2>Attachments</h2><ul class=\"files\">\n";
+    void put_attachments() {
+        if (facts_.attachments.empty()) return;
+        out_ += "<section class=\"card\"><h2>Attachments</h2><ul class=\"files\">\n";
         const std::size_t count = facts_.attachments.size();
-        for (std::size_t i = 0; i < std::min(count, most_shown); ++i)
-            append_attachment(out, facts_.attachments[i]);
-        return out + left_out("li", count, "attachments") + "</ul></section>\n";
+        for (std::size_t i = 0; i < std::min(count, most_shown); ++i) {
+            append_attachment(out_, facts_.attachments[i]);
+            file_.write_grown(out_);
+        }
+        out_ += left_out("li", count, "attachments") + "</ul></section>\n";
     }
 
     // What a browser can show of an attachment is seen without saving it.
@@ -424,20 +448,23 @@ class PageWriter {
         out += "<p class=\"words\" dir=\"auto\">" + html_text(text) + (cut ? " …" : "") + "</p>";
     }
 
-    [[nodiscard]] std::string headers() const {
-        if (facts_.headers.empty()) return "";
-        std::string out = std::string("<details class=\"card\"") +
-                          (facts_.slides.empty() && facts_.attachments.empty() ? " open" : "") +
-                          "><summary>Headers <span>" + std::to_string(facts_.headers.size()) +
-                          "</span></summary><dl class=\"headers\">\n";
+    void put_headers() {
+        if (facts_.headers.empty()) return;
+        out_ += std::string("<details class=\"card\"") +
+                (facts_.slides.empty() && facts_.attachments.empty() ? " open" : "") +
+                "><summary>Headers <span>" + std::to_string(facts_.headers.size()) +
+                "</span></summary><dl class=\"headers\">\n";
         for (const HeaderFact& header : facts_.headers) {
-            out += element("dt", html_line(header_label(header))) +
-                   element("dd", html_line(value_text(header))) + '\n';
+            out_ += element("dt", html_line(header_label(header))) +
+                    element("dd", html_line(value_text(header))) + '\n';
+            file_.write_grown(out_);
         }
-        return out + "</dl></details>\n";
+        out_ += "</dl></details>\n";
     }
 
     const MessageFacts& facts_;
+    OutputFile& file_;
+    std::string out_;
     std::map<PlaceKey, std::string_view> fits_;
     ConversionBudget budget_;
     std::size_t number_ = 0, saves_ = 0;
@@ -513,8 +540,8 @@ std::string short_size(std::size_t bytes) {
     return text.data();
 }
 
-std::string render_page(const MessageFacts& facts) {
-    return PageWriter(facts).page();
+void write_page(const MessageFacts& facts, OutputFile& file) {
+    PageWriter(facts, file).write();
 }
 
 }  // namespace mmskit_tool

@@ -5,14 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "ground/file_io.h"
 #include "reading/facts.h"
 #include "reading/page_media.h"
 
 namespace mmskit_tool {
 
-// The whole page. Its size is linear in the message's: a part that several slides show stands in
-// it once.
-std::string render_page(const MessageFacts& facts);
+// The whole page, in pieces. Its size is linear in the message's: a part that several slides show
+// stands in it once.
+void write_page(const MessageFacts& facts, OutputFile& file);
 
 // What the index shows of one message, in its own words; empty where the message says nothing.
 struct IndexRow {

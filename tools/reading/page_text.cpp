@@ -143,19 +143,27 @@ std::string policy_hash(std::string_view text) {
     return out + '\'';
 }
 
-std::string filled(std::string_view page, const TemplateValues& values) {
-    std::string out;
+void fill(std::string_view page, const TextTaker& text, const TextTaker& field) {
     for (;;) {
         const std::size_t open = page.find("{{");
         const std::size_t close = page.find("}}", open);
-        if (close == std::string_view::npos) return out.append(page);
-        out.append(page.substr(0, open));
-        const std::string_view name = page.substr(open + 2, close - open - 2);
+        if (close == std::string_view::npos) return text(page);
+        text(page.substr(0, open));
+        field(page.substr(open + 2, close - open - 2));
+        page.remove_prefix(close + 2);
+    }
+}
+
+std::string filled(std::string_view page, const TemplateValues& values) {
+    std::string out;
+    const auto put = [&](std::string_view name) {
         const auto value = std::find_if(values.begin(), values.end(),
                                         [&](const auto& each) { return each.first == name; });
         if (value != values.end()) out += value->second;
-        page.remove_prefix(close + 2);
-    }
+    };
+    fill(
+        page, [&](std::string_view text) { out += text; }, put);
+    return out;
 }
 
 }  // namespace mmskit_tool

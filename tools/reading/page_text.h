@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -26,7 +27,12 @@ void append_base64(std::string& out, std::span<const uint8_t> data);
 // 'sha256-...' with its quotes, as a policy names an inline script or style of exactly this text.
 std::string policy_hash(std::string_view text);
 
-// A template with its {{name}}s replaced, in one pass: what a value holds is not looked at again.
+// Goes through a template once: what stands between its {{name}}s goes to `text`, each name to
+// `field`. What a value holds is not looked at again.
+using TextTaker = std::function<void(std::string_view)>;
+void fill(std::string_view page, const TextTaker& text, const TextTaker& field);
+
+// The template with its names replaced.
 using TemplateValues = std::vector<std::pair<std::string_view, std::string>>;
 std::string filled(std::string_view page, const TemplateValues& values);
 
