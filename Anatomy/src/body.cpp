@@ -12,6 +12,9 @@
 namespace mmskit_anatomy {
 namespace {
 
+constexpr uint32_t shortest_part = 3;     // bytes
+constexpr std::size_t nodes_of_part = 6;  // of one with a header
+
 bool is_multipart(std::string_view type) {
     return type.starts_with("multipart/") || type.starts_with("application/vnd.wap.multipart.");
 }
@@ -83,7 +86,7 @@ class BodyWalker {
         detail.whole = detail.data = data;
         detail.headers = tree_.body_type;
         const Bytes head = tree_.at(tree_.body_type);
-        add_part(node, type, PartHeaders(), exact_part(head.subspan(1)), 0, detail, 0);
+        add_part(node, type, PartHeaders(), exact_part(head.subspan(1), tree_.types), 0, detail, 0);
         tree_.body_exact = type.type == "text/plain" && type.sent == type.type;
     }
 
@@ -103,6 +106,7 @@ class BodyWalker {
         const Number count = cursor.uintvar();
         opened.declared = static_cast<uint32_t>(std::min<uint64_t>(count.value, UINT32_MAX));
         tree_.multiparts.push_back(opened);
+        reserve_parts(std::min(opened.declared, cursor.left() / shortest_part));
         if (cursor.at > start)
             tree_.add(MMS_NODE_PARAMETER, cursor.since(start), depth + 1, "number of parts",
                       std::to_string(count.value));
@@ -124,6 +128,14 @@ class BodyWalker {
             ++present;
         }
         return present;
+    }
+
+    // Memory that is not touched costs nothing; of the outermost multipart alone.
+    void reserve_parts(std::size_t count) {
+        if (tree_.part_list.capacity() != 0) return;
+        tree_.part_list.reserve(std::min<std::size_t>(count, most_parts));
+        tree_.part_details.reserve(std::min<std::size_t>(count, most_parts));
+        tree_.nodes.reserve(std::min<std::size_t>(nodes_of_part * count, most_nodes));
     }
 
     void tell_count(uint32_t node, uint32_t present, uint32_t declared) {
@@ -217,7 +229,8 @@ class BodyWalker {
         if (is_multipart(type.type))
             tree_.flaw(node, MMS_FLAW_LOST, "too many levels of multiparts");
         const Bytes head = tree_.at(detail.headers);
-        add_part(node, type, found, exact_part(head), lengths.data.value, detail, level);
+        add_part(node, type, found, exact_part(head, tree_.types), lengths.data.value, detail,
+                 level);
         return true;
     }
 
@@ -255,7 +268,7 @@ class BodyWalker {
     }
 
     void name_node(uint32_t node, std::string_view name, std::string_view value, uint32_t code) {
-        tree_.nodes[node].pName = tree_.arena.keep(name);
+        tree_.nodes[node].pName = tree_.arena.keep_again(name);
         tree_.show(node, value);
         tree_.nodes[node].iCode = code;
     }
@@ -275,7 +288,7 @@ class BodyWalker {
         const std::string& filename =
             type.filename.empty() ? headers.disposition_name : type.filename;
         const auto keep = [this](std::string_view text) {
-            return std::string_view(tree_.arena.keep(text), text.size());
+            return std::string_view(tree_.arena.keep_again(text), text.size());
         };
         detail.location = keep(headers.location);
         detail.name = keep(type.name);
@@ -291,8 +304,8 @@ class BodyWalker {
         const std::string called =
             part.pName != nullptr ? part.pName : "part " + std::to_string(number);
         part.iNode = node;
-        part.pType = tree_.arena.keep(type.type);
-        if (!type.charset_name.empty()) part.pCharset = tree_.arena.keep(type.charset_name);
+        part.pType = tree_.arena.keep_again(type.type);
+        if (!type.charset_name.empty()) part.pCharset = tree_.arena.keep_again(type.charset_name);
         part.iDepth = static_cast<uint16_t>(level);
         part.iLayer = detail.data.layer;
         part.iOffset = detail.data.offset;
@@ -326,7 +339,7 @@ class BodyWalker {
                          const ExactPart& exact) {
         const bool type_kept =
             exact.type == type.type ||
-            (lower_case(exact.type) == type.type && type.type != "text/plain" &&
+            (same_word(exact.type, type.type) && type.type != "text/plain" &&
              !is_presentation(type.type) && type.sent.find(';') == std::string::npos);
         const bool named =
             !detail.location.empty() || !detail.name.empty() || detail.filename.empty();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
 
 #include "Anatomy/src/tree.h"
@@ -68,9 +69,11 @@ class Cursor {
     // Of the first NUL from `from` on; at least `end` when there is none before it.
     [[nodiscard]] uint32_t next_nul(uint32_t from) const {
         if (memo != nullptr && from >= memo->from && from <= memo->nul) return memo->nul;
-        const auto limit = memo != nullptr ? bytes_.end() : bytes_.begin() + end;
-        const auto nul = std::find(bytes_.begin() + from, limit, uint8_t{0});
-        const auto found = static_cast<uint32_t>(nul - bytes_.begin());
+        const std::size_t limit = memo != nullptr ? bytes_.size() : end;
+        const auto* const nul = static_cast<const uint8_t*>(
+            from < limit ? std::memchr(bytes_.data() + from, 0, limit - from) : nullptr);
+        const auto found =
+            static_cast<uint32_t>(nul != nullptr ? nul - bytes_.data() : std::ptrdiff_t(limit));
         if (memo != nullptr) *memo = {from, found};
         return found;
     }

@@ -54,7 +54,7 @@ uint32_t hash_letters(std::string_view shape, std::string_view text) {
     uint64_t hash = 0xcbf29ce484222325U;
     for (std::size_t i = 0; i < shape.size(); i += sizeof(uint64_t))
         hash = mixed_hash(hash, octets_at(shape, i) & octets_at(text, i));
-    return static_cast<uint32_t>(hash);
+    return end_of_hash(hash);
 }
 
 bool same_letters(std::string_view shape, std::string_view a, std::string_view b) {
@@ -85,7 +85,7 @@ struct Class {
 // The names that fit one shape, by the letters that it compares.
 struct Table {
     std::vector<Entry> entries;
-    std::vector<Class> classes;  // a power of two of them, more than half empty
+    std::vector<Class> classes;  // a power of two of them, a third empty at least
 
     // The class of these letters, or the empty place where it would be; `work` grows with the
     // places that are passed.
@@ -183,7 +183,7 @@ struct ExactNames::State {
             table.entries.clear();
             return;
         }
-        table.classes.resize(std::bit_ceil(2 * table.entries.size() + 1));
+        table.classes.resize(std::bit_ceil(table.entries.size() * 3 / 2 + 1));
         for (uint32_t i = 0; i < table.entries.size() && work <= most_work; ++i)
             table.add(shape, i, work);
         gave_up = work > most_work;

@@ -39,11 +39,11 @@ bool read_parameter(Cursor& in, ExactPart& part) {
     return true;
 }
 
-void read_type(Cursor& cursor, ExactPart& part) {
-    const auto take = [&part](Cursor& in) {
+void read_type(Cursor& cursor, MediaTypes& types, ExactPart& part) {
+    const auto take = [&](Cursor& in) {
         bool ended = false;
         if (in.peek() >= 0x80)
-            part.type = well_known_type(in.octet() & 0x7FU);
+            part.type = well_known_type(in.octet(), types);
         else
             part.type = in.text(ended);
     };
@@ -58,15 +58,16 @@ void read_type(Cursor& cursor, ExactPart& part) {
 
 }  // namespace
 
-ExactPart exact_part(Bytes headers) {
+ExactPart exact_part(Bytes headers, MediaTypes& types) {
     ExactPart part;
     Cursor cursor(headers, {0, 0, static_cast<uint32_t>(headers.size())});
-    read_type(cursor, part);
+    read_type(cursor, types, part);
     while (!cursor.done()) {
         const uint8_t code = cursor.octet();
         if (code == 0x8E) {
             part.location = exact_text(cursor);
-            if (part.location.empty()) part.location.push_back('\0');  // an empty name is one, too
+            constexpr std::string_view empty_name("", 1);  // is one, too
+            if (part.location.empty()) part.location = empty_name;
         } else if (code == 0xC0) {
             if (cursor.peek() == '"') cursor.skip(1);
             bool ended = false;

@@ -225,7 +225,10 @@ MediaKind kind_of(Name name) {
 
 class ExactReader {
   public:
-    ExactReader(std::string_view text, Parts& parts) : tags_(text), parts_(parts) {}
+    ExactReader(std::string_view text, Parts& parts) : tags_(text), parts_(parts) {
+        view_.shown.reserve(text.size() / std::string_view("<img src=\"a\">").size());
+        view_.slides.reserve(text.size() / std::string_view("<par><img src=\"a\"></par>").size());
+    }
 
     View read() {
         view_.whole = read_document();

@@ -59,6 +59,11 @@ inline bool same_word(std::string_view a, std::string_view b) {
     return hash ^ hash >> 32;
 }
 
+// Of a hash made so: each bit depends on every byte.
+[[gnu::always_inline]] constexpr uint32_t end_of_hash(uint64_t hash) {
+    return static_cast<uint32_t>(hash * 0xD6E8FEB86659FD93U >> 32);
+}
+
 // -1 for what is no digit.
 constexpr int hex_digit(char c) {
     if (c >= '0' && c <= '9') return c - '0';

@@ -29,18 +29,11 @@ inline LibraryText well_known_media_type(unsigned code) {
     return text;
 }
 
-// The same texts, each made once.
+// The same texts, each made once; empty for a code that has none. Its high bit means nothing.
 class MediaTypes {
   public:
-    // Empty for a code that has none.
-    std::string_view spelled(uint8_t code) {
-        Type& type = types_[code & 0x7FU];
-        if (!std::exchange(type.asked, true)) {
-            type.text = well_known_media_type(code & 0x7FU);
-            if (type.text != nullptr) type.spelled = type.text.get();
-        }
-        return type.spelled;
-    }
+    std::string_view spelled(uint8_t code) { return text(spelled_, code, false); }
+    std::string_view lower(uint8_t code) { return text(lower_, code, true); }
 
     // The first code of a type, whatever its case; library_types for one that has none.
     uint8_t code_of(std::string_view type) {
@@ -52,12 +45,27 @@ class MediaTypes {
     }
 
   private:
+    static constexpr std::size_t codes = 76;  // none behind these has a type
     struct Type {
         bool asked = false;
-        LibraryText text;
-        std::string_view spelled;
+        LibraryText own;
+        std::string_view text;
     };
-    std::array<Type, 128> types_;
+    using Types = std::array<Type, codes>;
+
+    static std::string_view text(Types& types, uint8_t code, bool in_lower_case) {
+        code &= 0x7FU;
+        if (code >= codes) return {};
+        Type& type = types[code];
+        if (std::exchange(type.asked, true)) return type.text;
+        type.own = well_known_media_type(code);
+        if (type.own == nullptr) return {};
+        for (char* c = type.own.get(); in_lower_case && *c != '\0'; ++c)
+            *c = to_lower(*c);
+        return type.text = type.own.get();
+    }
+
+    Types spelled_, lower_;
     uint8_t last_code_ = 0;  // parts of one type often follow each other
 };
 

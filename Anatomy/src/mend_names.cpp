@@ -3,10 +3,10 @@
 // percent-encoding are undone where the text itself names nothing.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <memory>
 #include <optional>
 #include <span>
-#include <unordered_map>
 #include <utility>
 
 #include "Anatomy/src/letters.h"
@@ -43,102 +43,187 @@ std::string_view basename_of(std::string_view name) {
     return slash == std::string_view::npos ? name : name.substr(slash + 1);
 }
 
-// Parts of one name, given in turn; when all are given, the first again.
-struct Bearers {
-    std::vector<uint32_t> parts;
-    std::size_t cursor = 0;
-};
-
 // Names in the order of their worth.
 enum Source : std::size_t { location, name, filename, content_id, source_count };
 using Names = std::array<std::string_view, source_count>;
 
-using BearersByName = std::unordered_map<std::string_view, Bearers>;
-using ByName = std::array<BearersByName, source_count>;
+// The parts of one name, given in turn; when all are given, the first again.
+struct Bearers {
+    std::string_view name;
+    uint32_t hash = 0;
+    uint32_t first = no_part, last = no_part;
+    uint32_t cursor = no_part;
+};
+
+// Bearers by name, with regard to letters' case or without it.
+class NameTable {
+  public:
+    explicit NameTable(bool folds) : folds_(folds), seed_(reinterpret_cast<uintptr_t>(this)) {}
+
+    // Room for so many names, once.
+    void reserve(std::size_t names) {
+        bearers_.reserve(names);
+        places_.assign(std::bit_ceil(names * 3 / 2 + 1), 0);
+    }
+
+    // Null without one.
+    Bearers* find(std::string_view wanted) {
+        if (bearers_.empty()) return nullptr;
+        const uint32_t at = places_[place_of(wanted, hash_of(wanted))];
+        return at != 0 ? &bearers_[at - 1] : nullptr;
+    }
+
+    Bearers& operator[](std::string_view wanted) {
+        const uint32_t hash = hash_of(wanted);
+        uint32_t& at = places_[place_of(wanted, hash)];
+        if (at == 0) {
+            bearers_.push_back({wanted, hash});
+            at = static_cast<uint32_t>(bearers_.size());
+        }
+        return bearers_[at - 1];
+    }
+
+  private:
+    [[nodiscard]] uint32_t hash_of(std::string_view text) const {
+        uint64_t hash = seed_ ^ text.size();
+        for (std::size_t i = 0; i < text.size(); i += sizeof(uint64_t)) {
+            const uint64_t octets = octets_at(text, i);
+            hash = mixed_hash(hash, folds_ ? octets | letters_in(octets) >> 2 : octets);
+        }
+        return end_of_hash(hash);
+    }
+
+    // Where it stands, or would.
+    [[nodiscard]] std::size_t place_of(std::string_view text, uint32_t hash) const {
+        const std::size_t mask = places_.size() - 1;
+        std::size_t place = hash & mask;
+        for (; places_[place] != 0; place = (place + 1) & mask) {
+            const Bearers& there = bearers_[places_[place] - 1];
+            if (there.hash != hash) continue;
+            if (folds_ ? same_word(there.name, text) : there.name == text) break;
+        }
+        return place;
+    }
+
+    bool folds_;
+    uint64_t seed_;  // no sender knows which names meet in one place
+    std::vector<Bearers> bearers_;
+    std::vector<uint32_t> places_;  // indices behind the bearers'; 0 for none
+};
 
 }  // namespace
 
 struct Resolver::State {
+    // The names of one source, and for each part the next one of its name.
+    struct BySource {
+        NameTable exact{false}, loose{true};
+        std::vector<uint32_t> next, next_loose;
+    };
+
     const Tree& tree;
-    ByName exact, loose;
-    std::unordered_map<std::string_view, uint32_t> endings;  // no_part: of several parts
+    std::array<BySource, source_count> names;
+    NameTable endings{true};  // `cursor` says that several parts have it
     std::vector<uint8_t> taken;
-    Arena made;  // names that do not stand in the tree
+    Arena made;                // names that do not stand in the tree
+    std::string_view missing;  // the last reference that named nothing
     bool loose_filled = false;
+
+    explicit State(const Tree& of) : tree(of), taken(of.part_list.size()) {}
 
     [[nodiscard]] Names names_of(uint32_t part) const {
         const PartDetail& detail = tree.part_details[part];
         return {detail.location, detail.name, detail.filename, detail.content_id};
     }
 
-    [[nodiscard]] bool is_medium(uint32_t part) const {
-        return std::string_view(tree.part_list[part].pType) != "application/smil";
+    [[nodiscard]] bool has_type(uint32_t part, std::string_view type) const {
+        return tree.part_list[part].pType == type;
     }
 
-    std::string_view kept_text(const std::string& text) { return {made.keep(text), text.size()}; }
-
-    static void add(BearersByName& to, std::string_view key, uint32_t part) {
-        std::vector<uint32_t>& parts = to[key].parts;
-        if (parts.empty() || parts.back() != part) parts.push_back(part);
+    static void add(NameTable& table, std::vector<uint32_t>& next, std::string_view name,
+                    uint32_t part) {
+        Bearers& bearers = table[name];
+        if (bearers.first == no_part)
+            bearers.first = bearers.cursor = part;
+        else
+            next[bearers.last] = part;
+        bearers.last = part;
     }
 
-    // A table that grows is hashed over and over.
-    void reserve_for_names(ByName& tables) const {
+    // How many parts have a name of a source; a text without a name is called by its place.
+    [[nodiscard]] std::array<std::size_t, source_count> count_names(bool of_place) const {
         std::array<std::size_t, source_count> counts{};
-        for (uint32_t part = 0; part < tree.part_list.size(); ++part)
+        for (uint32_t part = 0; part < tree.part_list.size(); ++part) {
+            const Names all = names_of(part);
             for (std::size_t source = 0; source < source_count; ++source)
-                counts[source] += names_of(part)[source].empty() ? 0U : 1U;
-        for (std::size_t source = 0; source < source_count; ++source)
-            tables[source].reserve(counts[source]);
+                counts[source] += all[source].empty() ? 0U : 1U;
+            if (of_place && is_called_by_place(part, all)) ++counts[location];
+        }
+        return counts;
+    }
+
+    [[nodiscard]] bool is_called_by_place(uint32_t part, const Names& all) const {
+        return all[location].empty() && all[name].empty() && has_type(part, "text/plain");
     }
 
     void fill() {
-        taken.resize(tree.part_list.size());
-        reserve_for_names(exact);
+        const auto counts = count_names(true);
+        for (std::size_t source = 0; source < source_count; ++source) {
+            if (counts[source] == 0) continue;
+            names[source].exact.reserve(counts[source]);
+            names[source].next.assign(tree.part_list.size(), no_part);
+        }
         std::size_t kept = 0;
         for (uint32_t part = 0; part < tree.part_list.size(); ++part) {
-            if (!is_medium(part)) continue;
-            const Names names = names_of(part);
-            // A text without a name is called by its place.
-            const bool is_text = std::string_view(tree.part_list[part].pType) == "text/plain";
-            if (is_text && names[location].empty() && names[name].empty())
-                add(exact[location], kept_text("MMS_Text00" + std::to_string(kept) + ".txt"), part);
+            if (has_type(part, "application/smil")) continue;
+            Names all = names_of(part);
+            if (is_called_by_place(part, all)) all[location] = made.keep_view(generated_name(kept));
             if (tree.part_list[part].iDataLen != 0) ++kept;
             for (std::size_t source = 0; source < source_count; ++source)
-                if (!names[source].empty()) add(exact[source], names[source], part);
+                if (!all[source].empty())
+                    add(names[source].exact, names[source].next, all[source], part);
         }
     }
 
     void fill_loose() {
         if (std::exchange(loose_filled, true)) return;
-        reserve_for_names(loose);
+        const auto counts = count_names(false);
+        std::size_t sum = 0;
+        for (std::size_t source = 0; source < source_count; ++source) {
+            if (counts[source] == 0) continue;
+            names[source].loose.reserve(counts[source]);
+            names[source].next_loose.assign(tree.part_list.size(), no_part);
+            sum += counts[source];
+        }
+        endings.reserve(sum);
         for (uint32_t part = 0; part < tree.part_list.size(); ++part) {
-            if (!is_medium(part)) continue;
-            const Names names = names_of(part);
+            if (has_type(part, "application/smil")) continue;
+            const Names all = names_of(part);
             for (std::size_t source = 0; source < source_count; ++source) {
-                if (names[source].empty()) continue;
-                const std::string_view name = kept_text(lower_case(names[source]));
-                add(loose[source], name, part);
-                const auto [at, added] = endings.try_emplace(basename_of(name), part);
-                if (!added && at->second != part) at->second = no_part;
+                if (all[source].empty()) continue;
+                add(names[source].loose, names[source].next_loose, all[source], part);
+                Bearers& ending = endings[basename_of(all[source])];
+                if (ending.first == no_part) ending.first = part;
+                if (ending.first != part) ending.cursor = part;
             }
         }
     }
 
-    uint32_t give(Bearers& bearers) {
-        while (bearers.cursor < bearers.parts.size() && taken[bearers.parts[bearers.cursor]] != 0)
-            ++bearers.cursor;
-        return bearers.parts[bearers.cursor < bearers.parts.size() ? bearers.cursor : 0];
+    uint32_t give(Bearers& bearers, const std::vector<uint32_t>& next) {
+        while (bearers.cursor != no_part && taken[bearers.cursor] != 0)
+            bearers.cursor = next[bearers.cursor];
+        return bearers.cursor != no_part ? bearers.cursor : bearers.first;
     }
 
-    uint32_t find(ByName& in, std::string_view key, bool by_id) {
+    uint32_t find(bool loosely, std::string_view wanted, bool by_id) {
         constexpr std::array<std::size_t, source_count> plain = {location, name, filename,
                                                                  content_id};
         constexpr std::array<std::size_t, source_count> id_first = {content_id, location, name,
                                                                     filename};
-        for (const std::size_t source : by_id ? id_first : plain)
-            if (const auto found = in[source].find(key); found != in[source].end())
-                return give(found->second);
+        for (const std::size_t source : by_id ? id_first : plain) {
+            BySource& of = names[source];
+            if (Bearers* const found = (loosely ? of.loose : of.exact).find(wanted))
+                return give(*found, loosely ? of.next_loose : of.next);
+        }
         return no_part;
     }
 
@@ -158,23 +243,22 @@ struct Resolver::State {
         if (!decoded.empty() && decoded != bare) all[count++] = {without_brackets(decoded), by_id};
         const std::span<const Form> forms(all.data(), count);
         for (const Form& form : forms)
-            if (const uint32_t part = find(exact, form.text, form.by_id); part != no_part)
+            if (const uint32_t part = find(false, form.text, form.by_id); part != no_part)
                 return part;
         fill_loose();
         for (const Form& form : forms)
-            if (const uint32_t part = find(loose, lower_case(form.text), form.by_id);
-                part != no_part)
+            if (const uint32_t part = find(true, form.text, form.by_id); part != no_part)
                 return part;
         for (const Form& form : forms) {
-            const auto found = endings.find(lower_case(basename_of(form.text)));
-            if (found != endings.end() && found->second != no_part) return found->second;
+            const Bearers* const found = endings.find(basename_of(form.text));
+            if (found != nullptr && found->cursor == no_part) return found->first;
         }
         return no_part;
     }
 };
 
 Resolver::Resolver(const Tree& tree) {
-    auto state = std::make_unique<State>(State{tree, {}, {}, {}, {}, {}});
+    auto state = std::make_unique<State>(tree);
     state->fill();
     state_ = state.release();
 }
@@ -184,8 +268,12 @@ Resolver::~Resolver() {
 }
 
 uint32_t Resolver::resolve(std::string_view reference) {
+    if (reference == state_->missing) return no_part;
     const uint32_t part = state_->find_any(reference);
-    if (part != no_part) state_->taken[part] = 1;
+    if (part != no_part)
+        state_->taken[part] = 1;
+    else
+        state_->missing = reference;
     return part;
 }
 

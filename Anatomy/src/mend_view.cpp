@@ -51,14 +51,17 @@ MeantView::MeantView(const Tree& tree, uint32_t presentation, MendNotes& notes)
 
 void MeantView::resolve(const Tree& tree, uint32_t presentation, MendNotes& notes) {
     Resolver resolver(tree);
+    tree_parts_.reserve(presentation_.media.size());
     std::unordered_set<std::string_view> told;
+    std::string_view last_told;
     for (SmilMedia& media : presentation_.media) {
         uint32_t found = resolver.resolve(media.source);
         for (uint32_t i = 0; i < media.more && found == no_part; ++i)
             found = resolver.resolve(presentation_.more_sources[media.first_more + i]);
-        if (found == no_part && told.insert(media.source).second)
+        if (found == no_part && media.source != last_told && told.insert(media.source).second)
             notes.push_back({MMS_FLAW_LOST, tree.part_details[presentation].data,
                              in_note(media.source) + ": no part has this name"});
+        if (found == no_part) last_told = media.source;
         if (found != no_part) {
             const MediaKind kind = kind_of(tree.part_list[found].pType);
             const bool mistaken = media.kind == MediaKind::text && kind != MediaKind::by_type;
@@ -80,6 +83,8 @@ void MeantView::plan(const std::vector<PlannedPart>& parts) {
     view_.height = presentation_.height;
     view_.background = presentation_.background;
     view_.placed.assign(parts.size(), 0);
+    view_.slides.reserve(presentation_.slides.size());
+    view_.shown.reserve(presentation_.media.size());
     planned_parts_.assign(tree_parts_.size(), no_part);
     for (const SmilSlide& slide : presentation_.slides) {
         ShownSlide shown_slide{slide.duration, slide.background, slide.foreground,

@@ -94,9 +94,9 @@ class PduWalker {
         tMMS_HeaderField header{};
         header.iNode = node;
         header.iCode = code;
-        header.pName = tree_.arena.keep(name);
+        header.pName = tree_.arena.keep_again(name);
         header.iForm = value.form;
-        header.pValue = tree_.arena.keep(value.text);
+        header.pValue = tree_.arena.keep_again(value.text);
         header.iNumber = value.number;
         tree_.header_list.push_back(header);
         tree_.header_details.push_back({whole,

@@ -183,7 +183,8 @@ std::string shown_parameter(uint8_t code) {
 }
 
 // The value of a parameter; how it reads goes into `shown`, unless that is null.
-void read_coded(Cursor& in, uint8_t code, ContentType& type, std::string* shown) {
+void read_coded(Cursor& in, uint8_t code, MediaTypes& types, ContentType& type,
+                std::string* shown) {
     const Parameter* const parameter = find_parameter(code);
     const uint32_t start = in.at;
     if (code == charset_parameter && (in.peek() >= 0x80 || in.peek() <= longest_short_length)) {
@@ -193,7 +194,7 @@ void read_coded(Cursor& in, uint8_t code, ContentType& type, std::string* shown)
         return;
     }
     if (code == type_parameter && in.peek() >= 0x80) {
-        type.start_type = well_known_type(in.octet() & 0x7FU);
+        type.start_type = well_known_type(in.octet(), types);
         if (shown != nullptr) *shown = type.start_type;
         return;
     }
@@ -202,7 +203,9 @@ void read_coded(Cursor& in, uint8_t code, ContentType& type, std::string* shown)
         const std::string_view text = in.text(ended);
         type.cut = type.cut || !ended;
         if (shown != nullptr) *shown = readable(text);
-        return parameter->set(type, text);
+        const bool comes_again = in.peek() == code && in.peek(1) > length_quote;
+        if (!comes_again) parameter->set(type, text);  // the last one counts
+        return;
     }
     (void)skip_value(in);
     if (shown != nullptr) *shown = hex_of(in.bytes(start, in.at));
@@ -252,7 +255,7 @@ void read_parameters(Tree& tree, Cursor& in, uint32_t depth, ContentType& type) 
             if (in.done())
                 type.cut = true;
             else
-                read_coded(in, code, type, tree.full() ? nullptr : &shown);
+                read_coded(in, code, tree.types, type, tree.full() ? nullptr : &shown);
         } else if (code > length_quote) {
             read_untyped(in, type, name, shown);
         } else {
@@ -274,7 +277,7 @@ void read_general(Tree& tree, Cursor& cursor, uint32_t start, uint32_t depth, Co
              std::to_string(length->value));
     const uint32_t media_at = in.at;
     if (in.peek() >= 0x80) {
-        type.type = type.sent = well_known_type(in.octet() & 0x7FU);
+        type.type = type.sent = well_known_type(in.octet(), tree.types);
     } else if (in.peek() > length_quote) {
         bool ended = false;
         std::string_view text = in.text(ended);
@@ -301,7 +304,7 @@ std::string clean_id(std::string_view raw) {
 }
 
 // Content-Disposition: Value-length, the kind, parameters; or all of it as text.
-std::string read_disposition(Cursor& cursor, PartHeaders& headers) {
+std::string read_disposition(Cursor& cursor, MediaTypes& types, PartHeaders& headers) {
     ContentType found;
     std::string shown;
     if (const auto length = cursor.value_length()) {
@@ -321,7 +324,7 @@ std::string read_disposition(Cursor& cursor, PartHeaders& headers) {
             std::string value;
             if (code >= 0x80) {
                 in.skip(1);
-                read_coded(in, code, found, nullptr);
+                read_coded(in, code, types, found, nullptr);
             } else if (code > length_quote) {
                 read_untyped(in, found, name, value);
             } else {
@@ -351,8 +354,10 @@ std::string_view header_text(Cursor& cursor, PartHeaders& headers) {
     return text;
 }
 
-std::string read_coded_header(Cursor& cursor, uint8_t code, PartHeaders& headers) {
-    if (code == disposition || code == disposition_1_1) return read_disposition(cursor, headers);
+std::string read_coded_header(Cursor& cursor, uint8_t code, MediaTypes& types,
+                              PartHeaders& headers) {
+    if (code == disposition || code == disposition_1_1)
+        return read_disposition(cursor, types, headers);
     const bool text = cursor.peek() > length_quote || cursor.peek() == 0;
     if (code == code_location && text)
         return headers.location = readable(unquoted(header_text(cursor, headers)));
@@ -365,14 +370,15 @@ std::string read_coded_header(Cursor& cursor, uint8_t code, PartHeaders& headers
     return readable(text_of(raw).substr(0, text_of(raw).find('\0')));
 }
 
-std::string read_textual_header(Cursor& cursor, std::string_view name, PartHeaders& headers) {
+std::string read_textual_header(Cursor& cursor, std::string_view name, MediaTypes& types,
+                                PartHeaders& headers) {
     if (cursor.peek() <= length_quote && cursor.peek() != 0) {
         const uint32_t start = cursor.at;
-        if (same_word(name, "Content-Disposition")) return read_disposition(cursor, headers);
+        if (same_word(name, "Content-Disposition")) return read_disposition(cursor, types, headers);
         if (!skip_value(cursor)) headers.cut = true;
         return hex_of(cursor.bytes(start, cursor.at));
     }
-    if (same_word(name, "Content-Disposition")) return read_disposition(cursor, headers);
+    if (same_word(name, "Content-Disposition")) return read_disposition(cursor, types, headers);
     const std::string_view raw = header_text(cursor, headers);
     if (same_word(name, "Content-Location")) return headers.location = readable(unquoted(raw));
     if (same_word(name, "Content-ID")) return headers.content_id = clean_id(raw);
@@ -383,11 +389,9 @@ std::string read_textual_header(Cursor& cursor, std::string_view name, PartHeade
 
 }  // namespace
 
-std::string well_known_type(uint8_t number) {
-    if (const std::string_view later = later_type(number); !later.empty())
-        return std::string(later);
-    const LibraryText text = well_known_media_type(number);
-    return text != nullptr ? lower_case(text.get()) : std::string();
+std::string_view well_known_type(uint8_t number, MediaTypes& types) {
+    const std::string_view later = later_type(number & 0x7FU);
+    return later.empty() ? types.lower(number) : later;
 }
 
 ContentType read_content_type(Tree& tree, Cursor& cursor, uint32_t start, uint32_t depth,
@@ -399,7 +403,7 @@ ContentType read_content_type(Tree& tree, Cursor& cursor, uint32_t start, uint32
         type.cut = true;
     } else if (cursor.peek() >= 0x80) {
         const uint8_t octet = cursor.octet();
-        type.type = type.sent = well_known_type(octet & 0x7FU);
+        type.type = type.sent = well_known_type(octet, tree.types);
         if (type.type.empty()) type.type = type.sent = hex_octet(octet);
     } else if (cursor.peek() > length_quote) {
         bool ended = false;
@@ -421,7 +425,7 @@ PartHeaders read_part_headers(Tree& tree, Cursor& cursor, uint32_t depth) {
         if (code >= 0x80) {
             cursor.skip(1);
             if (cursor.done()) headers.cut = true;
-            const std::string value = read_coded_header(cursor, code, headers);
+            const std::string value = read_coded_header(cursor, code, tree.types, headers);
             const std::string_view name = wsp_header_name(code);
             const uint32_t node = tree.add(MMS_NODE_HEADER, cursor.since(start), depth,
                                            name.empty() ? hex_octet(code) : name, value, code);
@@ -429,7 +433,7 @@ PartHeaders read_part_headers(Tree& tree, Cursor& cursor, uint32_t depth) {
         } else if (code > length_quote) {
             const std::string name = readable(header_text(cursor, headers));
             if (cursor.done()) headers.cut = true;
-            const std::string value = read_textual_header(cursor, name, headers);
+            const std::string value = read_textual_header(cursor, name, tree.types, headers);
             tree.add(MMS_NODE_HEADER, cursor.since(start), depth, name, value);
         } else {
             cursor.at = cursor.end;

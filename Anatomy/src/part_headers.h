@@ -24,8 +24,8 @@ struct PartHeaders {
     bool cut = false;
 };
 
-// The media type of a short integer without its high bit, in lower case; empty without one.
-std::string well_known_type(uint8_t number);
+// The media type of a short integer, in lower case; empty without one.
+std::string_view well_known_type(uint8_t number, MediaTypes& types);
 
 // A content type's value, as a header node that begins at `start`, with its parameters below it.
 ContentType read_content_type(Tree& tree, Cursor& cursor, uint32_t start, uint32_t depth,
@@ -38,10 +38,11 @@ bool content_type_may_begin(Cursor cursor);
 
 // What the exact decoder keeps of a part's headers.
 struct ExactPart {
-    std::string type, location, name, content_id;
+    std::string_view type, location, name;  // as they stand in the headers
+    std::string content_id;
     bool has_charset = false;
     uint32_t charset = 0;
 };
-ExactPart exact_part(Bytes headers);
+ExactPart exact_part(Bytes headers, MediaTypes& types);
 
 }  // namespace mmskit_anatomy

@@ -44,6 +44,17 @@ const char* Arena::keep(std::string_view text) {
     return copy;
 }
 
+const char* Arena::keep_again(std::string_view text) {
+    constexpr std::size_t longest = 40;
+    if (text.empty() || text.size() > longest) return keep(text);
+    const auto octet = [&](std::size_t at) { return static_cast<uint8_t>(text[at]); };
+    const std::size_t place = text.size() * 7 + octet(0) + octet(text.size() - 1) * 5U;
+    std::string_view& last = lately_[place % lately_.size()];
+    if (last.size() != text.size() || std::memcmp(last.data(), text.data(), text.size()) != 0)
+        last = keep_view(text);
+    return last.data();
+}
+
 // cppcheck-suppress uninitDerivedMemberVar  ; the record is zeroed as a whole
 Tree::Tree(Bytes input) : tMMS_Anatomy{} {
     pKind = pLooksLike = "";
@@ -101,8 +112,8 @@ uint32_t Tree::add(uint8_t kind, const Place& place, uint32_t depth, std::string
     node.iDepth = static_cast<uint16_t>(std::min<uint32_t>(depth, UINT16_MAX));
     node.iKind = kind;
     node.iCode = code;
-    node.pName = arena.keep(name);
-    node.pValue = arena.keep(shortened(value));
+    node.pName = arena.keep_again(name);
+    node.pValue = arena.keep_again(shortened(value));
     nodes.push_back(node);
     return static_cast<uint32_t>(nodes.size() - 1);
 }
@@ -124,7 +135,7 @@ void Tree::note(uint8_t flaw, const Place& place, std::string_view text) {
 }
 
 void Tree::show(uint32_t node, std::string_view value) {
-    nodes[node].pValue = arena.keep(shortened(value));
+    nodes[node].pValue = arena.keep_again(shortened(value));
 }
 
 void Tree::end(uint32_t node, uint32_t offset) {

@@ -6,6 +6,7 @@
 
 #include <mmskit/anatomy.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -14,6 +15,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "Anatomy/src/library_text.h"
 
 namespace mmskit_anatomy {
 
@@ -44,6 +47,8 @@ struct Place {
 class Arena {
   public:
     const char* keep(std::string_view text);  // a NUL-terminated copy
+    // The same copy again where that text was kept lately: names and short values repeat.
+    const char* keep_again(std::string_view text);
     std::string_view keep_view(std::string_view text) { return {keep(text), text.size()}; }
     uint8_t* bytes(std::size_t size);  // not filled
 
@@ -51,6 +56,7 @@ class Arena {
     std::vector<std::unique_ptr<char[]>> blocks_;
     char* free_ = nullptr;  // in the block that is being filled
     std::size_t room_ = 0;
+    std::array<std::string_view, 64> lately_{};
 };
 
 // How a header's value stands on the wire, for mending. `exact`: in the form that the exact
@@ -101,6 +107,7 @@ struct Tree : tMMS_Anatomy {
     Tree& operator=(const Tree&) = delete;
 
     Arena arena;
+    MediaTypes types;
     std::deque<std::vector<uint8_t>> decoded;  // the bytes of the layers but the first
     std::vector<tMMS_Layer> layer_list;
     std::vector<tMMS_Node> nodes;

@@ -72,7 +72,8 @@ std::optional<Word> word_at(std::string_view text) {
 }  // namespace
 
 bool decode_words(std::string& text) {
-    if (text.find("=?") == std::string::npos) return false;
+    const std::size_t sign = text.find('=');
+    if (sign == std::string::npos || text.find("=?", sign) == std::string::npos) return false;
     std::string out;
     std::string_view rest = text;
     bool found = false;
