@@ -154,7 +154,7 @@ void TextProbe::lay_out_marked(const tMMS_Mended& mended, std::size_t presentati
     }
     if (fnPAR_SmilParserEntry(message.data() + mended.iBody,
                               static_cast<int32_t>(mended.iLength - mended.iBody)) != 0)
-        slides_ = view_texts();
+        slides_ = view_texts(longest_mark);
     (void)fnPAR_SmilFree();
 }
 
@@ -169,7 +169,7 @@ std::size_t TextProbe::part_of(std::size_t slide, std::size_t number, const char
         return by_text;
     }
     if (slide >= slides_.size() || number >= slides_[slide].size()) return by_text;
-    const auto [first, end] = marks_.equal_range(slides_[slide][number].substr(0, longest_mark));
+    const auto [first, end] = marks_.equal_range(slides_[slide][number]);
     if (first == end) return by_text;
     for (auto found = first; found != end; ++found) {
         if (text_of(facts_.parts[found->second].data) == text) return found->second;

@@ -123,12 +123,13 @@ void collect_view(MessageFacts& facts) {
     }
 }
 
-std::vector<std::vector<std::string>> view_texts() {
+std::vector<std::vector<std::string>> view_texts(std::size_t most) {
     std::vector<std::vector<std::string>> slides;
     for (const tSMIL_Par* par = tSMIL_ViewStruct.ParList; par != nullptr; par = par->Next) {
         std::vector<std::string> texts;
         for (const tSMIL_Text* text = par->Text; text != nullptr; text = text->Next)
-            texts.emplace_back(text->Data != nullptr ? text->Data : "");
+            texts.emplace_back(
+                std::string_view(text->Data != nullptr ? text->Data : "").substr(0, most));
         slides.push_back(std::move(texts));
     }
     return slides;

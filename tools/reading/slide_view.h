@@ -12,8 +12,8 @@ namespace mmskit_tool {
 // cost is linear.
 void collect_view(MessageFacts& facts);
 
-// The texts of each slide, in the order in which collect_view finds them.
-std::vector<std::vector<std::string>> view_texts();
+// How the texts of each slide begin, in the order in which collect_view finds them.
+std::vector<std::vector<std::string>> view_texts(std::size_t most);
 
 // Why the library's last call failed; `base` is where in the file the bytes that it read begin.
 Flaw last_flaw(std::size_t base);

@@ -2,6 +2,8 @@
 // that the message chose goes through visible(); only the line feeds of a slide's text break
 // lines, and those lines are indented deeper than any other.
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <string_view>
@@ -17,15 +19,22 @@ namespace {
 constexpr std::string_view gap = "  ";
 constexpr std::size_t no_limit = static_cast<std::size_t>(-1);
 
-std::string seconds_text(int64_t milliseconds) {
-    std::string text = milliseconds < 0 ? "-" : "";
+void append_number(std::string& out, int64_t number) {
+    std::array<char, 24> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    out.append(digits.data(), end);
+}
+
+// Thousandths are shown as far as they are not 0.
+void append_seconds(std::string& out, int64_t milliseconds) {
+    if (milliseconds < 0) out += '-';
     const int64_t size = milliseconds < 0 ? -milliseconds : milliseconds;
-    text += std::to_string(size / 1000);
-    if (size % 1000 == 0) return text;
-    std::string fraction = std::to_string(1000 + size % 1000);
-    fraction[0] = '.';
-    fraction.erase(fraction.find_last_not_of('0') + 1);
-    return text + fraction;
+    append_number(out, size / 1000);
+    if (size % 1000 == 0) return;
+    const std::size_t point = out.size();
+    append_number(out, 1000 + size % 1000);
+    out[point] = '.';
+    out.erase(out.find_last_not_of('0') + 1);
 }
 
 std::string padded(std::string_view text, std::size_t width) {
@@ -36,14 +45,22 @@ std::string padded(std::string_view text, std::size_t width) {
 
 void append_timing(std::string& out, const Timing& timing) {
     out += gap;
-    out += seconds_text(timing.begin) + " to " + seconds_text(timing.end) + " s";
+    append_seconds(out, timing.begin);
+    out += " to ";
+    append_seconds(out, timing.end);
+    out += " s";
 }
 
 void append_place(std::string& out, const Place& place) {
     if (!place.given()) return;
     out += gap;
-    out += std::to_string(place.width) + 'x' + std::to_string(place.height) + " at " +
-           std::to_string(place.left) + ',' + std::to_string(place.top);
+    append_number(out, place.width);
+    out += 'x';
+    append_number(out, place.height);
+    out += " at ";
+    append_number(out, place.left);
+    out += ',';
+    append_number(out, place.top);
 }
 
 template <typename Part>
@@ -84,7 +101,7 @@ void print_text_block(std::string& out, std::string_view text, std::size_t limit
     }
     while (!text.empty()) {
         const std::string_view line = take_line(text);
-        if (!line.empty()) out += "    " + visible_prose(line);
+        if (!line.empty()) out.append(4, ' ') += visible_prose(line);
         out += '\n';
         write_grown_output(out);
     }
@@ -115,8 +132,13 @@ void append_media(std::string& out, const MediaFact& media, const MessageFacts& 
 
 void print_slide(std::string& out, const MessageFacts& facts, std::size_t number) {
     const SlideFact& slide = facts.slides[number - 1];
-    out += "\nSlide " + std::to_string(number);
-    if (slide.duration != 0) out += "  " + seconds_text(slide.duration) + " s";
+    out += "\nSlide ";
+    append_number(out, static_cast<int64_t>(number));
+    if (slide.duration != 0) {
+        out += gap;
+        append_seconds(out, slide.duration);
+        out += " s";
+    }
     append_colour(out, "background", slide.background);
     append_colour(out, "text", slide.foreground);
     out += '\n';
