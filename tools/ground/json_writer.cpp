@@ -42,20 +42,22 @@ JsonWriter& JsonWriter::raw(std::string_view value) {
 
 // The value of a member stands on the line of its key, all else on a line of its own.
 void JsonWriter::begin_value() {
-    if (target_ != JsonTarget::text) write_grown_output(out_);
     if (after_key_ || levels_.empty()) {
         after_key_ = false;
         return;
     }
-    if (!std::exchange(levels_.back().empty, false))
-        out_ += target_ == JsonTarget::one_line_output ? ", " : ",";
+    Level& level = levels_.back();
+    if (level.close == ']' && target_ != JsonTarget::text) write_grown_output(out_);
+    if (!std::exchange(level.empty, false)) out_ += ',';
     begin_line();
 }
 
+// On one line it is the room behind a comma.
 void JsonWriter::begin_line() {
-    if (target_ == JsonTarget::one_line_output) return;
-    out_ += '\n';
-    out_.append(2 * levels_.size(), ' ');
+    if (target_ != JsonTarget::one_line_output)
+        out_.append(1, '\n').append(2 * levels_.size(), ' ');
+    else if (out_.ends_with(','))
+        out_ += ' ';
 }
 
 }  // namespace mmskit_tool

@@ -3,6 +3,7 @@
 #include "ground/safe_text.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 
 namespace mmskit_tool {
@@ -40,12 +41,18 @@ Scalar scalar_at(std::string_view text, std::size_t at) {
     return {value, text.substr(at, length), true};
 }
 
-// Bytes from the start of the text that stand for themselves everywhere: printable ASCII that no
-// string escapes.
+// What stands for itself everywhere: printable ASCII that no string escapes.
+constexpr auto plain_bytes = [] {
+    std::array<bool, 256> plain{};
+    for (std::size_t byte = ' '; byte < 0x7F; ++byte)
+        plain[byte] = byte != '"' && byte != '\\';
+    return plain;
+}();
+
+// Plain bytes from the start of the text.
 std::size_t plain_size(std::string_view text) {
     std::size_t size = 0;
-    while (size < text.size() && text[size] >= ' ' && text[size] < 0x7F && text[size] != '"' &&
-           text[size] != '\\')
+    while (size < text.size() && plain_bytes[static_cast<unsigned char>(text[size])])
         ++size;
     return size;
 }
@@ -193,9 +200,14 @@ std::string json_text(std::string_view text) {
 void append_json_string(std::string& out, std::string_view text) {
     constexpr std::string_view escaped = "\"\\\b\f\n\r\t";
     constexpr std::string_view letters = "\"\\bfnrt";
+    out += '"';
+    if (plain_size(text) == text.size()) {
+        out += text;
+        out += '"';
+        return;
+    }
     std::string told;  // of a text that is not UTF-8
     if (!is_utf8(text)) text = told = json_text(text);
-    out += '"';
     append_scalars(out, text, [&](const Scalar& scalar) {
         const std::size_t at = escaped.find(scalar.bytes);
         if (at != std::string_view::npos) {

@@ -80,17 +80,17 @@ class Explanation {
     }
 
     void add_node(const tMMS_Node& node, bool leaf) {
+        begin_paint(dim);
         const std::string number = std::to_string(node.iOffset);
-        std::string place(number_width - std::min(number.size(), number_width), ' ');
-        place += number;
-        place += "  ";
-        const std::size_t begin = place.size();
+        out_.append(number_width - std::min(number.size(), number_width), ' ') += number;
+        out_ += "  ";
+        const std::size_t begin = out_.size();
         if (leaf)
-            append_hex(place, node);
+            append_hex(node);
         else
-            place += size_text(node.iLength);
-        place.resize(std::max(begin + bytes_width, place.size()), ' ');
-        paint(dim, place);
+            out_ += size_text(node.iLength);
+        out_.append(bytes_width - std::min(out_.size() - begin, bytes_width), ' ');
+        end_paint();
         out_.append(2 * std::size_t{node.iDepth}, ' ');
         paint(bold, visible(node.pName));
         if (const std::string value = value_of(node); !value.empty()) {
@@ -109,9 +109,11 @@ class Explanation {
         const auto index = static_cast<uint32_t>(&node - anatomy_.pNodes);
         while (header_ < anatomy_.iHeaders && anatomy_.pHeaders[header_].iNode < index)
             ++header_;
-        if (header_ < anatomy_.iHeaders && anatomy_.pHeaders[header_].iNode == index)
-            return value_line(header_fact(anatomy_.pHeaders[header_]));
-        return shortened(node.pValue);
+        if (header_ == anatomy_.iHeaders || anatomy_.pHeaders[header_].iNode != index)
+            return shortened(node.pValue);
+        const tMMS_HeaderField& field = anatomy_.pHeaders[header_];
+        const bool number = field.iForm >= MMS_VALUE_FLAG && field.iForm <= MMS_VALUE_PERIOD;
+        return number ? value_line(header_fact(field)) : visible(field.pValue);
     }
 
     static std::string shortened(std::string_view text) {
@@ -121,21 +123,25 @@ class Explanation {
         return visible(cut + "...");
     }
 
-    void append_hex(std::string& out, const tMMS_Node& node) const {
+    void append_hex(const tMMS_Node& node) {
         constexpr std::string_view digits = "0123456789ABCDEF";
         const uint8_t* const bytes = anatomy_.pLayers[node.iLayer].pData + node.iOffset;
         for (std::size_t i = 0; i < std::min<std::size_t>(node.iLength, shown_bytes); ++i) {
-            if (i != 0) out += ' ';
-            out += digits[bytes[i] >> 4U];
-            out += digits[bytes[i] & 15U];
+            if (i != 0) out_ += ' ';
+            out_ += digits[bytes[i] >> 4U];
+            out_ += digits[bytes[i] & 15U];
         }
-        if (node.iLength > shown_bytes) out += "..";
+        if (node.iLength > shown_bytes) out_ += "..";
     }
 
-    void paint(const char* colour, std::string_view text) {
+    void begin_paint(const char* colour) {
         if (style_.colour) out_ += colour;
+    }
+    void end_paint() { begin_paint(upright); }
+    void paint(const char* colour, std::string_view text) {
+        begin_paint(colour);
         out_ += text;
-        if (style_.colour) out_ += upright;
+        end_paint();
     }
 
     const tMMS_Anatomy& anatomy_;
