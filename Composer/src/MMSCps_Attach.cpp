@@ -75,8 +75,8 @@ int32_t fnCPS_DeleteAttachment(int32_t index) {
 }
 
 void fnCPS_DeleteAllAttachments(void) {
-    for (CPSAttachment* slot : tCPS_NewMessage.attachment)
-        if (slot != nullptr) vacate(*slot);
+    for (CPSAttachment& slot : tCPS_Attachment)
+        vacate(slot);
     tCPS_NewMessage.TotalAttachment = 0;
 }
 

@@ -223,7 +223,7 @@ class PartList {
     }
     // Up to the first part that fails.
     void append_slide(const CPSSlideStruct& slide, uint32_t number) {
-        if (slide.bText != 0 && slide.iTextLen >= 1 && !append_text(slide, number)) return;
+        if (slide.bText != 0 && !append_text(slide, number)) return;
         if (slide.bVideo != 0) {
             append_medium(slide, video_kind);
             return;
@@ -263,9 +263,7 @@ extern "C" char* CPSCreateSmil(void) {
     SmilText out;
     out.put(head);
     for (uint32_t i = 0; i < CPS_MAX_SLIDES && tCPS_NewMessage.bSlideUsed[i] == 1; ++i) {
-        CPSSlideStruct* slide = tCPS_NewMessage.slidestruct[i];
-        if (slide == nullptr) return nullptr;
-        put_slide(out, *slide, i);
+        put_slide(out, tCPS_SlideStruct[i], i);
     }
     out.put("</body>\r\n</smil>");
     return out.release();

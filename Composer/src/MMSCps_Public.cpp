@@ -169,8 +169,7 @@ int32_t CPSCurIsTheLastSlide(void) {
 int32_t CPSCheckNewMMStruct(void) {
     int32_t slides = 0;
     for (; slides < CPS_MAX_SLIDES && tCPS_NewMessage.bSlideUsed[slides] == 1; ++slides) {
-        const CPSSlideStruct* slide = tCPS_NewMessage.slidestruct[slides];
-        if (slide == nullptr || !slide_is_complete(*slide)) return 0;
+        if (!slide_is_complete(tCPS_SlideStruct[slides])) return 0;
     }
     return slides == tCPS_NewMessage.iTotalSlides ? 1 : 0;
 }

@@ -118,10 +118,11 @@ template <typename Element>
         free_element(el);
         return false;
     }
-    const bool shown = el->Data != nullptr;
-    if (shown && add(el) != 0) return true;
-    free_element(el);
-    return !shown;
+    if (el->Data != nullptr)
+        add(el);
+    else
+        free_element(el);
+    return true;
 }
 
 [[nodiscard]] bool make_slide(Queues& queues) {
@@ -172,7 +173,7 @@ void classify_drm(tSMIL_Attachment& attachment, const tMMS_MediaData& part) {
                                            &header_length, nullptr);
         const bool has_headers =
             attachment.DrmType == drm_content || attachment.DrmType == drm_message_with_content;
-        if (has_headers && header_length > 0 && header_length <= attachment.Length) {
+        if (has_headers && header_length > 0) {
             attachment.Data += header_length;
             attachment.Length -= header_length;
         }

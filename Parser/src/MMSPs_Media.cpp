@@ -2,6 +2,7 @@
 // the message; texts, types and names are copied within the message's copy budget.
 #include "Parser/src/MMSPs_Media.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -12,11 +13,6 @@
 namespace mmskit {
 namespace {
 
-// Bytes that may be copied; unlimited without a message to which the budget belongs.
-uint64_t copy_room() {
-    return parser_state.tpSMIL_Union != nullptr ? parser_state.copies.left : UINT64_MAX;
-}
-
 constexpr char copy_limit[] = "more text than is copied onto slides";
 
 bool pay_for_copy(uint64_t bytes) {
@@ -26,9 +22,8 @@ bool pay_for_copy(uint64_t bytes) {
 // Never reads further than the budget reaches.
 char* copy_within_budget(const char* text) {
     if (text == nullptr) return nullptr;
-    const uint64_t room = copy_room();
     const size_t size =
-        room < SIZE_MAX ? strnlen(text, static_cast<size_t>(room)) : std::strlen(text);
+        strnlen(text, static_cast<size_t>(std::min<uint64_t>(parser_state.copies.left, SIZE_MAX)));
     return pay_for_copy(static_cast<uint64_t>(size) + 1) ? copy_text(text, size) : nullptr;
 }
 
@@ -36,7 +31,7 @@ char* copy_within_budget(const char* text) {
 // fails is a failure; bytes that cannot be copied, for want of memory or budget, leave no text.
 [[nodiscard]] bool copy_part_text(const tMMS_MediaData& part, OwnedText& text) {
     const uint64_t source = uint64_t{part.iDataLen} + 1;
-    if (source > copy_room()) {  // a shorter text may still fit
+    if (source > parser_state.copies.left) {  // a shorter text may still fit
         note_limit(copy_limit);
         return true;
     }
@@ -100,7 +95,7 @@ const char* rest_of_word(const char* text, const char* word) {
 bool find_visual(tSMIL_Media& el, TextView id, LookUp& look_up) {
     if (!can_look_up(id)) return false;
     tMMS_MediaData* part = take_part(look_up, parser_state.tpSMIL_Element, id);
-    if (part == nullptr || part->pData == nullptr) return true;
+    if (part == nullptr) return true;
     fill_type(el, *part);
     replace_owned(el.Name, copy_within_budget(part_name(*part)));
     el.Data = part->pData;
@@ -111,7 +106,7 @@ bool find_visual(tSMIL_Media& el, TextView id, LookUp& look_up) {
 bool find_text(tSMIL_Text& el, TextView id, LookUp& look_up) {
     if (!can_look_up(id)) return false;
     const tMMS_MediaData* part = take_part(look_up, parser_state.tpSMIL_Element, id);
-    if (part == nullptr || part->pData == nullptr) return true;
+    if (part == nullptr) return true;
     OwnedText text;
     if (!copy_part_text(*part, text)) return false;
     if (text) replace_owned(el.Data, text.release());

@@ -178,14 +178,9 @@ int32_t SmilDelCurrPar(void) {
     tSMIL_View& view = tSMIL_ViewStruct;
     tSMIL_Par* const par = view.CurPar;
     if (par == nullptr) return 1;
-    const bool first = par == view.ParList;
-    if (par->Next != nullptr) par->Next->Prev = first ? nullptr : par->Prev;
-    if (first) {
-        view.ParList = view.CurPar = par->Next;
-    } else {
-        if (par->Prev != nullptr) par->Prev->Next = par->Next;
-        view.CurPar = par->Prev;
-    }
+    if (par->Next != nullptr) par->Next->Prev = par->Prev;
+    (par->Prev != nullptr ? par->Prev->Next : view.ParList) = par->Next;
+    view.CurPar = par->Prev != nullptr ? par->Prev : par->Next;
     parser_state.par_tail = par->Next == nullptr ? view.CurPar : nullptr;
     free_par(par);
     return 1;

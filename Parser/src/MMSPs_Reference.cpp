@@ -146,7 +146,6 @@ tMMS_MediaData* choose(LookUp& look_up, tMMS_MediaData* list, TextView id) {
 }  // namespace
 
 tMMS_MediaData* take_part(LookUp& look_up, tMMS_MediaData* list, TextView id) {
-    if (list == nullptr || id.size == 0) return nullptr;
     tMMS_MediaData* part = choose(look_up, list, id);
     if (part == nullptr) return nullptr;
     part->IsSmil = 1;

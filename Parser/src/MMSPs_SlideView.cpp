@@ -16,10 +16,10 @@ tSMIL_Par* current_par() {
     return tSMIL_ViewStruct.CurPar;
 }
 
+// Of which the second is positive.
 int32_t saturating_sum(int32_t a, int32_t b) {
     int32_t sum = 0;
-    if (__builtin_add_overflow(a, b, &sum)) return a < 0 ? INT32_MIN : INT32_MAX;
-    return sum;
+    return __builtin_add_overflow(a, b, &sum) ? INT32_MAX : sum;
 }
 
 // An element that ends before it begins is shown as long as its slide.
@@ -109,9 +109,8 @@ void release_view() {
 void prepare_parts(tMMS_MediaData* list) {
     for (tMMS_MediaData* part = list; part != nullptr; part = part->pNext) {
         part->IsSmil = 0;
-        const bool drm_message =
-            part->pContentType != nullptr && fnSC_STRCMP(part->pContentType, drm_message_type) == 0;
-        if (drm_message || part->bDrmSeparate == 1) parser_state.bDrmIncluded = 1;
+        if (part->pContentType != nullptr && fnSC_STRCMP(part->pContentType, drm_message_type) == 0)
+            parser_state.bDrmIncluded = 1;
     }
 }
 

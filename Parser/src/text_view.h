@@ -20,7 +20,7 @@ struct TextView {
 
     const char* end() const { return data + size; }
     bool equals(TextView other) const {
-        return size == other.size && (size == 0 || std::memcmp(data, other.data, size) == 0);
+        return size == other.size && std::memcmp(data, other.data, size) == 0;
     }
 };
 

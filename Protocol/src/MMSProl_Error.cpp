@@ -17,7 +17,7 @@ DecodeState state;
 }  // namespace
 
 void note_decode_failure(const char* reason, uint64_t offset) {
-    state = {reason, offset < UINT32_MAX ? static_cast<uint32_t>(offset) : UINT32_MAX};
+    state = {reason, static_cast<uint32_t>(offset)};  // in an input, and those have 31-bit lengths
 }
 
 void note_decode_success() {

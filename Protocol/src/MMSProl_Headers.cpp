@@ -67,7 +67,7 @@ bool HeaderContext::has_required(Step last) {
 }
 
 void HeaderContext::join_address(uint16_t to, Slice address) {
-    for (AddressList& list : lists_) {
+    for (AddressList& list : lists_) {  // unreachable: an end without a list, as fields are three
         if (list.to != to && list.to != nowhere) continue;
         if (list.to == to) list.text.byte(';');
         list.to = to;

@@ -2,6 +2,8 @@
 // of the encoders.
 #include "Protocol/src/pdu_writer.h"
 
+#include <algorithm>
+
 namespace mmskit {
 
 void PduWriter::byte(uint8_t value) {
@@ -23,13 +25,9 @@ void PduWriter::bytes(const void* data, uint64_t count) {
 uint8_t* PduWriter::room(uint64_t count) {
     if (mode_ == Mode::borrowed) return borrowed_ + size_;
     const uint64_t needed = size_ + count;
-    if (needed > capacity_) {
-        // Doubles, so that appending costs linear time in all; never past 32 bits by doubling
-        // alone.
-        uint64_t doubled = capacity_ < minimum_capacity ? minimum_capacity : capacity_ * 2;
-        if (doubled > UINT32_MAX) doubled = UINT32_MAX;
-        reserve(doubled > needed ? doubled : needed);
-    }
+    // Doubles, so that appending costs linear time in all; never past 32 bits by doubling alone.
+    const auto doubled = std::clamp<uint64_t>(capacity_ * 2, minimum_capacity, UINT32_MAX);
+    reserve(std::max(doubled, needed));
     return failed_ ? nullptr : buffer_.get() + size_;
 }
 

@@ -49,12 +49,11 @@ class PduWriter {
     uint64_t size() const { return size_; }
     bool failed() const { return failed_; }
 
-    // Gives the buffer away and stores its length; null, with *length as it was, when any write
-    // failed or the size does not fit in 32 bits. An empty result is a block of no bytes.
+    // Gives the buffer of a growing one away and stores its length; null, with *length as it was,
+    // when any write failed. An empty result is a block of no bytes.
     [[nodiscard]] uint8_t* release(uint32_t* length) {
-        if (mode_ != Mode::grow) return nullptr;
         if (buffer_.get() == nullptr) reserve(1);
-        if (failed_ || size_ > UINT32_MAX) return nullptr;
+        if (failed_) return nullptr;
         *length = static_cast<uint32_t>(size_);
         return buffer_.release();
     }

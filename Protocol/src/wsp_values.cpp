@@ -24,7 +24,7 @@ bool needs_quote(const char* text) {
 
 // Text in the library is UTF-8, but the conversion alone decides what an unusual text becomes.
 bool put_converted(char*& field, Slice s) {
-    if (s.size > UINT32_MAX) return false;
+    if (s.size > UINT32_MAX) return false;  // unreachable: a text of four gigabytes
     auto length = static_cast<uint32_t>(s.size);
     char* text = fnCharSet_DecodeString2Local(static_cast<int32_t>(wsp::utf_8), s.data, &length);
     if (text == nullptr && s.size != 0) return false;
@@ -135,7 +135,6 @@ uint8_t long_integer_octets(uint32_t value) {
 
 void write_long_integer(PduWriter& out, uint32_t value) {
     const uint8_t count = long_integer_octets(value);
-    if (count == 0) return;
     out.byte(count);
     for (int i = count - 1; i >= 0; i--)
         out.byte(static_cast<uint8_t>(value >> (8 * i)));

@@ -79,7 +79,7 @@ void write_uintvar(PduWriter& out, uint32_t value);
 void write_value_length(PduWriter& out, uint32_t length);
 // 1 to 4 octets; none for 0.
 uint8_t long_integer_octets(uint32_t value);
-// Octet count and octets; nothing for 0.
+// Octet count and octets, of a value that is not 0.
 void write_long_integer(PduWriter& out, uint32_t value);
 void write_quoted_text(PduWriter& out, const char* text);
 void write_encoded_string(PduWriter& out, const char* text);

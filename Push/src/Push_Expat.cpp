@@ -34,7 +34,8 @@ void free_block(void* p) {
 
 void* grow_block(void* p, size_t size) {
     void* larger = get_block(size);
-    if (p == nullptr || larger == nullptr) return larger;
+    if (larger == nullptr) return nullptr;
+    if (p == nullptr) return larger;  // unreachable: expat makes what it lets grow before that
     size_t before = 0;
     std::memcpy(&before, static_cast<uint8_t*>(p) - block_head, sizeof before);
     std::memcpy(larger, p, std::min(before, size));
@@ -75,7 +76,6 @@ class Tree {
     Node& root() const { return *pending_; }
 
     void start(const char* name, const char** attributes) {
-        if (complete_) return;
         Node& node = add(XmlKind::element);
         node.parent = open_;
         open_ = count_ - 1;
@@ -89,7 +89,6 @@ class Tree {
 
     // True when that was the root.
     bool end() {
-        if (complete_) return true;
         Node& node = pending_.get()[open_];
         const uint32_t first = open_ + 1;
         node.children = nodes_.get() + placed_;
@@ -104,7 +103,6 @@ class Tree {
 
     // What follows on a text belongs to it.
     void text(const char* characters, size_t length) {
-        if (complete_ || open_ == none) return;
         const bool goes_on = count_ > open_ + 1 && last().facts.kind == XmlKind::text;
         if (!goes_on) {
             add(XmlKind::text).facts.text = units_.get() + unit_count_;
@@ -117,7 +115,7 @@ class Tree {
     }
 
     void other() {
-        if (!complete_ && open_ != none) add(XmlKind::other);
+        if (open_ != none) add(XmlKind::other);
     }
 
   private:
@@ -199,10 +197,6 @@ void on_instruction(void* parser, const char*, const char*) {
     tree_of(parser).other();
 }
 
-void on_comment(void* parser, const char*) {
-    tree_of(parser).other();
-}
-
 }  // namespace
 
 bool XmlDocument::Parse::prepare(FILE* stream) {
@@ -231,7 +225,6 @@ bool XmlDocument::Parse::set_up() {
     XML_SetCharacterDataHandler(parser, on_text);
     XML_SetCdataSectionHandler(parser, on_section, nullptr);
     XML_SetProcessingInstructionHandler(parser, on_instruction);
-    XML_SetCommentHandler(parser, on_comment);
     return true;
 }
 

@@ -71,15 +71,16 @@ class Characters {
     // The upper half of an 8-bit character set that the C library knows under this name.
     bool use_charset(const char* name) {
         iconv_t converter = iconv_open("UTF-16LE", name);
-        if (reinterpret_cast<uintptr_t>(converter) == UINTPTR_MAX) return false;
+        const auto handle = reinterpret_cast<uintptr_t>(converter);
+        if (handle == UINTPTR_MAX) return false;  // unreachable: a C library without that set
         for (uint32_t i = 0; i < upper_count; ++i) {
             char byte = static_cast<char>(i + 0x80);
-            uint8_t unit[2];
+            uint8_t unit[2] = {};
             char* in = &byte;
             auto* out = reinterpret_cast<char*>(unit);
             size_t left = 1;
             size_t room = sizeof unit;
-            const bool done = iconv(converter, &in, &left, &out, &room) == 0 && room == 0;
+            const bool done = iconv(converter, &in, &left, &out, &room) == 0;
             upper_[i] = static_cast<uint16_t>(done ? unit[0] + 0x100U * unit[1] : no_character);
         }
         (void)iconv_close(converter);

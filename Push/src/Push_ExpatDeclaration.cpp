@@ -73,7 +73,8 @@ class Declaration {
         }
         if (!versioned || !in_.begins("?>")) return false;
         in_.skip(2);
-        return *charset_ == '\0' || in_.use_charset(charset_);
+        if (*charset_ == '\0') return true;
+        return in_.use_charset(charset_);
     }
 
   private:

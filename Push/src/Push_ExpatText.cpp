@@ -41,8 +41,6 @@ class Preparation {
                 copy();
             } else if (in_.begins("<![CDATA[")) {
                 copy_through("]]>");
-            } else if (in_.begins("<!--")) {
-                copy_through("-->");
             } else if (in_.begins("<?")) {
                 instruction();
             } else {

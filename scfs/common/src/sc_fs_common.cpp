@@ -25,11 +25,10 @@ void notify_card_sync(const char* name) {
 tSCFS_File* new_file_handle(FILE* stream) {
     if (stream == nullptr) return nullptr;
     auto* file = static_cast<tSCFS_File*>(std::malloc(sizeof(tSCFS_File)));
-    if (file != nullptr) {
+    if (file != nullptr)  // unreachable: the C library's own memory
         file->stream = stream;
-    } else {
-        std::fclose(stream);
-    }
+    else
+        std::fclose(stream);  // unreachable: the C library's own memory
     return file;
 }
 

@@ -48,7 +48,7 @@ constexpr uint32_t days_in_month(uint32_t year, uint32_t month) {
 tSCFS_DateTime local_clock() {
     const std::time_t now = std::time(nullptr);
     std::tm fields = {};
-    if (localtime_r(&now, &fields) == nullptr) return {};
+    if (localtime_r(&now, &fields) == nullptr) return {};  // unreachable: a year beyond 32 bits
     return {static_cast<uint32_t>(fields.tm_year),
             static_cast<uint32_t>(fields.tm_mon),
             static_cast<uint32_t>(fields.tm_mday),

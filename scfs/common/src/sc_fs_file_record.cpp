@@ -178,7 +178,7 @@ bool read_file(const char* name, tSCFS_FileBuffer& buffer) {
     const int32_t size = fnSCFS_getFileSize(name);
     const int64_t room =
         std::min<int64_t>(std::max(size, 0) + extra_room, int64_t{buffer.iLimit} + 1);
-    if (room < size || room < 0) return false;
+    if (room < size) return false;
     const int32_t got = fnSCFS_ReadFromFile(buffer.pData, static_cast<int32_t>(room), name);
     if (got < 0 || got < size || (size < 0 && got == room)) return false;
     buffer.iPosition = -1;

@@ -1,5 +1,6 @@
 // INI stores: a list of keys and values in memory, and its file: key, zero byte, value, zero byte,
 // line feed for each entry. Relies on the record files for saving and loading whole lists.
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -19,7 +20,7 @@ void write_text(tSCFS_FileBuffer* buffer, const char* text) {
     const size_t length = std::strlen(text_or_empty(text));
     // No area takes what a length cannot say: it closes the buffer like any other that is too long.
     fnSCFS_Buffer_WriteMem(buffer, text_or_empty(text),
-                           length < INT32_MAX ? static_cast<int32_t>(length) : INT32_MAX);
+                           static_cast<int32_t>(std::min<size_t>(length, INT32_MAX)));
 }
 
 void write_entry(tSCFS_FileBuffer* buffer, void* record) {

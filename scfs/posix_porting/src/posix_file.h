@@ -32,10 +32,7 @@ class Fd {
     explicit Fd(int fd) : fd_(fd) {}
     Fd(Fd&& other) noexcept : fd_(other.release()) {}
     Fd& operator=(Fd&& other) noexcept {
-        if (this != &other) {
-            (void)close();
-            fd_ = other.release();
-        }
+        const Fd before(std::exchange(fd_, other.release()));
         return *this;
     }
     Fd(const Fd&) = delete;

@@ -51,7 +51,7 @@ int32_t fnSCFS_DelAllFiles(const char* path) {
     mmskit::Fd folder(mmskit::retry([&] { return ::open(path, flags); }));
     if (!folder.is_open()) return 0;
     DIR* entries = ::fdopendir(folder.get());
-    if (entries == nullptr) return 0;
+    if (entries == nullptr) return 0;  // unreachable: the C library's own memory
     folder.release();
     const bool deleted = mmskit::delete_entries(entries);
     ::closedir(entries);

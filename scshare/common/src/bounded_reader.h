@@ -4,6 +4,7 @@
 // Positions are 64-bit offsets; no length is ever computed as an unsigned difference.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -55,12 +56,8 @@ class BoundedReader {
         skip(1);
         return 0;
     }
-    void skip(uint64_t count) {
-        position_ = count > position_limit - position_ ? position_limit : position_ + count;
-    }
-    void seek(uint64_t position) {
-        position_ = position < position_limit ? position : position_limit;
-    }
+    void skip(uint64_t count) { position_ += std::min(count, position_limit - position_); }
+    void seek(uint64_t position) { position_ = std::min(position, position_limit); }
 
     // The next `count` bytes, cut to what is there; the cursor moves the whole count.
     Slice take(uint64_t count) {

@@ -39,7 +39,7 @@ class Owned {
     explicit Owned(T* p) : p_(p) {}
     Owned(Owned&& other) noexcept : p_(other.release()) {}
     Owned& operator=(Owned&& other) noexcept {
-        if (this != &other) reset(other.release());
+        reset(other.release());
         return *this;
     }
     Owned(const Owned&) = delete;

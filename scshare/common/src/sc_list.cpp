@@ -81,17 +81,16 @@ Node* merge(Node* a, Node* b, tSCListCompareFunc compare) {
 }
 
 // runs[i] holds a sorted chain of 2^i nodes; a higher one holds earlier nodes, which keeps equal
-// data in their order. A count of 31 bits fills no more than these.
+// data in their order. No memory has nodes for more than these.
 Node* sorted_chain(Node* rest, tSCListCompareFunc compare) {
-    constexpr int most_runs = 32;
-    Node* runs[most_runs] = {};
+    Node* runs[8 * sizeof(Node*)] = {};
     while (rest != nullptr) {
         Node* run = std::exchange(rest, rest->pNext);
         run->pNext = nullptr;
         int i = 0;
-        for (; i < most_runs - 1 && runs[i] != nullptr; ++i)
+        for (; runs[i] != nullptr; ++i)
             run = merge(std::exchange(runs[i], nullptr), run, compare);
-        runs[i] = runs[i] != nullptr ? merge(runs[i], run, compare) : run;
+        runs[i] = run;
     }
     Node* all = nullptr;
     for (Node* run : runs)

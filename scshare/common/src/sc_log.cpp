@@ -20,7 +20,6 @@ struct {
 }  // namespace
 
 void write_log_line(const char* format, ...) {
-    if (log_state.sink == nullptr) return;
     char line[limits::log_line];
     va_list args;
     va_start(args, format);
