@@ -196,18 +196,6 @@ TEST(Decode, response_status_is_a_number_from_the_confirmation) {
     }
 }
 
-// One allocation for each address and a growing list: a list copied for each header would show.
-TEST(Decode, joining_recipients_is_linear) {
-    constexpr size_t count = 10000;
-    std::string pdu;
-    for (size_t i = 0; i < count; ++i)
-        pdu += bytes("97 '1234' 00 82 '1234' 00");
-    const Guarded guarded(pdu);
-    mmskit::fail_allocation(0, false);
-    EXPECT_EQ(retrieve(guarded.data(), guarded.length()).size(), 7 + 2 * (count * 5 - 1));
-    EXPECT_LT(mmskit::counted_allocations(), 2 * count + 64);
-}
-
 struct Kind {
     size_t size;
     std::vector<std::pair<size_t, uint8_t>> octets = {};  // of a new record, those that are not 0

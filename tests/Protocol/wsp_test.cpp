@@ -185,6 +185,7 @@ TEST(ContentType, fields_and_their_whole_length) {
     uint32_t length = 0;
     EXPECT_TRUE(OwnedContentType(ParseContentTypeWithParam(huge.data(), &length)));
     EXPECT_EQ(length, UINT32_MAX);
+    EXPECT_TRUE(OwnedContentType(ParseContentTypeWithParam(huge.data(), nullptr)));
 }
 
 }  // namespace

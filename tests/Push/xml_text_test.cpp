@@ -31,6 +31,8 @@ TEST(PushXmlText, declaration_is_taken_out) {
         {"declared_encoding_is_ignored", " <?xml encoding='latin1'?><a/>", " <a/>", 30, 5},
         {"the whole text", "<?xml?>", "", 7, 0},
         {"not closed", "<?xml ", "<?xml ", 6, 99},
+        {"nothing is claimed", "<?xml?>ab", "<?xml?>ab", 0, 0},
+        {"less than it is claimed", "<?xml?>ab", bytes("000000 'ml?>ab'"), 3, 0},
         {"a claim beyond the text is counted and not touched", "<?xml?>ab", "ab", 1000, 993},
     };
     for (const auto& c : cases) {
@@ -48,6 +50,8 @@ TEST(PushXmlText, span_ends_at_first_close) {
     EXPECT_EQ(removeXmlUnusedTag(text.data(), "<!DOCTYPE", ">", 33), 4);
     EXPECT_EQ(text, std::string("a]>d") + std::string(29, '\0'));
     EXPECT_EQ(removeXmlUnusedTag(text.data(), "<!DOCTYPE", ">", 4), 4);
+    EXPECT_EQ(removeXmlUnusedTag(text.data(), "a", "", 4), 4);
+    EXPECT_EQ(removeXmlUnusedTag(text.data() + 4, "", ">", 4), 4);
 }
 
 TEST(PushXmlText, comments_go_in_one_pass_as_they_go_one_by_one) {

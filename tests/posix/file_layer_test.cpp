@@ -11,6 +11,7 @@
 #include "scfs/common/src/scfs_internal.h"
 #include "tests/posix/saves.h"
 #include "tests/support/faults.h"
+#include "tests/support/push_facts.h"
 
 namespace {
 
@@ -68,6 +69,8 @@ TEST_F(FileLayer, Files) {
     EXPECT_EQ(entries(folder_), 2);
     fs::resize_file(a, 3ULL << 30);
     EXPECT_EQ(fnSCFS_getFileSize(a.c_str()), -1) << "more than a length can tell";
+    tSCFS_FileBuffer buffer{reinterpret_cast<uint8_t*>(data), -1, 7};
+    EXPECT_EQ(fnSCFS_Load_File_To_Buffer(a.c_str(), &buffer), 0);
 }
 
 TEST_F(FileLayer, NothingForeignIsFollowed) {
@@ -120,6 +123,9 @@ TEST_F(FileLayer, FailureLeavesTheOldFile) {
 // what says that it was done was done.
 TEST_F(FileLayer, EachCallOfTheSystemMayFail) {
     const std::string a = at("a"), b = at("b"), folder = at("folder");
+    const fs::path before = fs::current_path();
+    fs::create_directories(at("umb/tmp"));
+    fs::current_path(folder_);
     for (const int error : {ENOSPC, EINTR, ENOENT, EXDEV}) {
         int calls = 1;
         for (int failing = 1; failing <= calls && !HasFailure(); ++failing) {
@@ -139,6 +145,7 @@ TEST_F(FileLayer, EachCallOfTheSystemMayFail) {
                 lost = closes;
                 return error;
             };
+            (void)decode_xml_sl("<sl>t</sl>");  // leaks nothing, and leaves its file
             const bool added = fnSCFS_AppendToFile("+", 1, a.c_str()) == 1;
             const bool put = fnSCFS_WriteToFileAtPos("*", 1, 0, a.c_str()) == 1;
             char read[2] = {};
@@ -161,6 +168,8 @@ TEST_F(FileLayer, EachCallOfTheSystemMayFail) {
         }
         EXPECT_GT(calls, 30);
     }
+    fs::current_path(before);
+    fnMMSPush_ReleaseXml();
 }
 
 TEST_F(FileLayer, Directories) {
@@ -175,6 +184,8 @@ TEST_F(FileLayer, Directories) {
     EXPECT_EQ(fnSCFS_DelAllFiles(link.c_str()) + fnSCFS_RmDir(x.c_str()), 0);
     EXPECT_TRUE(fs::exists(at("x/file")));
     EXPECT_EQ(fnSCFS_DelAllFiles(x.c_str()), 1);
+    for (const std::string& none : {std::string("/mmskit-none"), old_ + "/x", old_ + "/x/y"})
+        EXPECT_EQ(fnSCFS_DeleteFile(none.c_str()) - fnSCFS_isFileExisted(none.c_str()), 1);
     EXPECT_EQ(entries(x), 1);
 }
 
@@ -182,6 +193,7 @@ TEST_F(FileLayer, Timers) {
     const auto echo = [](uint32_t param) { return param; };
     fail_each_allocation([&] {
         const bool all = (fnSCFS_SetTimer(echo, 5, 7) & fnSCFS_SetTimer(echo, 6, 7)) == 1;
+        fnSCFS_CancelTimer(8);
         fnSCFS_CancelTimer(7);
         EXPECT_EQ(all ? fnSCFS_TimerCallback(7) : 6U, 6U);
         fnSCFS_ReleaseTimerList();

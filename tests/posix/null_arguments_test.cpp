@@ -108,7 +108,7 @@ TEST(NullArguments, texts) {
              fnSCRTL_ftoa, fnSC_MEMSTR, fnSCFS_StrToLong, UCS2toUTF8, UTF8toUCS2, UTF16toUCS4,
              UCS4toUTF8, BigEndianUCS2toUTF8, LitEndianUCS2toUTF8, fnCharSet_DecodeString2Local);
     EXPECT_STREQ(out, "abc");
-    EXPECT_EQ(fnSCRTL_snprintf(out, 4, nullptr), -1);
+    EXPECT_EQ(fnSCRTL_snprintf(out, 4, nullptr) + fnSCRTL_snprintf(nullptr, 4, nullptr), -2);
     EXPECT_STREQ(out, "");
     EXPECT_EQ(fnSCRTL_snprintf(nullptr, 4, "%d", 12), 2);
 }
@@ -121,6 +121,7 @@ TEST(NullArguments, lists) {
              fnSCList_RemoveFront, fnSCList_RemoveTail, fnSCList_Find, fnSCList_CompareFind,
              fnSCFS_List_Find_Node, fnSCList_Find_ByNum, fnSCList_Swap, fnSCList_Reverse,
              fnSCList_Sort);
+    fnSCList_Clear(nullptr, nullptr);
     ALL_FAIL(-1, fnSCList_GetCount, fnSCFS_List_getPos, fnSCFS_List_MoveToHead);
     EXPECT_EQ(fnSCList_IsEmpty(nullptr), 1);
     tSCList list{};
@@ -170,8 +171,16 @@ TEST(NullArguments, files_and_records) {
              fnSCFS_LocalTime, fnSCFS_TimeAdd, GETRAND, JULIANTOSECONDS, GETJULIANDATE,
              date_to_httpDate, fnSCFS_Init_Buffer, fnSCFS_Buffer_IsEnd, fnSCFS_Buffer_ReadString,
              fnSCFS_Buffer_ReadLong, fnSCFS_Buffer_ReadMem, fnSCFS_Buffer_ReadDateTime,
-             fnSCFS_INI_Read, fnSCFS_INI_FreeNode, fnSCFS_CallBackOper, fnSCFS_File_Close);
+             fnSCFS_INI_Read, fnSCFS_INI_FreeNode, fnSCFS_CallBackOper, fnSCFS_File_Close,
+             fnSCFS_Buffer_WriteString, fnSCFS_Buffer_WriteMem, fnSCFS_INI_Compare);
+    FAILS(0, fnSCFS_Load_INI_To_List, "/nowhere/f", &list);
+    FAILS(0, fnSCFS_INI_Write, "/nowhere/f", &list, "key", nullptr);
+    FAILS(0, fnSCFS_INI_WriteRAM, nullptr, "key", nullptr);
+    auto* const none = Good<tSCFS_FileBuffer*>::value();
+    EXPECT_EQ(fnSCFS_Write_Buffer_To_File("abc", none) + fnSCFS_Load_File_To_Buffer("abc", none),
+              0);
     EXPECT_STREQ(out, "abc");
+    fnSCList_Clear(&list, fnSCFS_INI_FreeNode);
     fnSC_Free(&buffer.pData);
 }
 
@@ -194,6 +203,7 @@ TEST(NullArguments, messages) {
         EXPECT_EQ(fnCPS_AddImage(&media), CPS_BAD_ARGUMENT) << absent;
         EXPECT_EQ(fnCPS_AddAttachment(&attachment), CPS_BAD_ARGUMENT) << absent;
     }
+    EXPECT_EQ(fnCPS_AddText(Good<CPSTextInfo*>::value()), CPS_BAD_ARGUMENT);
     fnCPS_Quit();
     ALL_FAIL(-1, SmilIsTag, SmilIsAttr, fnPAR_IsPlayedMedia);
     ALL_FAIL(0, SmilInitInput, SmilGetChar, SmilParseTag, SmilFreeTagStruct, SmilGetWord,
@@ -222,6 +232,7 @@ TEST(NullArguments, encoders_and_push) {
     EXPECT_EQ(of_no_text([](uint8_t** at, const char* text) { EncodeAddressString(at, text); }),
               testing_support::hex(std::string("/TYPE=PLMN") + '\0'));
     ALL_FAIL(1, removeXmlUnusedTag);  // the length that was given
+    EXPECT_EQ(SmilParserSmilMMS(Good<tMMS_ContentUnion*>::value()), 0);
     ALL_FAIL(166, getXmlEncodingCharset);
 }
 

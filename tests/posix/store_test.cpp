@@ -78,12 +78,17 @@ TEST_F(StoreFile, FixedCapacityThatIsTooSmallLeavesTheFile) {
 }
 
 TEST_F(StoreFile, AFolderInTheWayStays) {
+    uint8_t room[9];
+    tSCFS_FileBuffer buffer{room, -1, 8};
     for (const std::string& folder : {path_, path_ + ".bak", path_ + ".~new"}) {
         fs::create_directory(folder);
         put_file(folder + "/inside", "x");
+        if (folder == path_) put_file(path_ + ".bak", "backup");
+        EXPECT_EQ(fnSCFS_Load_File_To_Buffer(path(), &buffer), folder.ends_with("new"));
         EXPECT_EQ(fnSCFS_INI_Write(path(), &list_, "a", "1"), folder.ends_with("bak"));
         EXPECT_EQ(file_bytes(folder + "/inside"), "x");
         fs::remove_all(folder);
+        fs::remove(path_ + ".bak");
     }
 }
 

@@ -13,6 +13,8 @@
 #include <string>
 #include <utility>
 
+#include "Push/src/Push_XmlTree.h"
+#include "scshare/common/src/owned.h"
 #include "tests/support/faults.h"
 #include "tests/support/push_facts.h"
 
@@ -82,8 +84,8 @@ TEST_F(PushXml, rules) {
         // rule, text, facts for service indication and loading
         {"all of it, but a date of another length",
          "<si><indication href='h' si-id='i' action='signal-none' created='2011-05-17' "
-         "si-expires='2011x05x17x10x20x30x'>t</indication></si>",
-         "href=h id=i text=t action=5 expires=2011-5-17/10:20:30/0 166"},
+         "si-expires='2011x05x17x10x20x-0x'>t</indication></si>",
+         "href=h id=i text=t action=5 expires=2011-5-17/10:20:0/0 166"},
         {"textual_si_knows_signal_none_only", "<si><indication action='delete'/></si>", "166"},
         {"text joined over entities",
          "<si><indication href='a?b&amp;c'>x &amp; <![CDATA[<y>]]> &#233;</indication></si>",
@@ -131,7 +133,7 @@ TEST_F(PushXml, declarations_characters_and_references) {
         {"<?xml version='1.09' ?>", "a&#1;b\xC2\x85", "ab\xC2\x85"},
         {"<?xml version='1.1'?>", "a&#1;b\xC2\x85|\xE2\x80\xA8|\r\n|\r|\r\xC2\x85|&#31;",
          "a\1b\n|\n|\n|\n|\n|\x1F"},
-        {"<?xml version='1.1'?>", "&#xFDD0;\xEF\xB7\x90&#9;", "\xEF\xB7\x90\xEF\xB7\x90\t"},
+        {"<?xml version='1.1'?>", "&#0;&#xFDD0;\xEF\xB7\x90&#9;", "\xEF\xB7\x90\xEF\xB7\x90\t"},
         {"<?xml version='1.x'?>", "a&#1;b", "a\1b"},
         {"<?xml version='2.0'?>", "a&#1;b", "a\1b"},
         {"<?xml version='1.'?>", "a&#1;b", "a\1b"},
@@ -162,12 +164,12 @@ TEST_F(PushXml, declarations_characters_and_references) {
           "<?xml version='1.0' encoding=''?>", "<?xml version='1.0'encoding='utf-8'?>",
           "<?xml encoding='utf-8'?>", "<?xml version='1.0\"?>", "<?xml version='1 0'?>",
           "<?xml version=1.0?>", "<?xml version '1.0'?>", "<?xml version='1.0'>",
-          "<?XML version='1.0'?>", "<?NSL a?>", "\xEF\xBB\xBF\xEF\xBB\xBF"})
+          "<?XML version='1.0'?>", "<?NSL a?>", "<?xml?>", "\1", "\xEF\xBB\xBF\xEF\xBB\xBF"})
         EXPECT_EQ(read_after(declaration, "t"), "null") << declaration;
     for (const char* text :
-         {"& x", "&#6A;", "&#xG;", "&#xg;", "&#x/;", "&#65", "&x", "\x80", "\xC1\xBF", "\xC3",
-          "\xE0\x9F\xBF", "\xED\xA0\x80", "\xEF\xBF\xBE", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80",
-          "\xF5\x80\x80\x80", "\xE2\x82|"})
+         {"& x", "<?a", "&#6A;", "&#xG;", "&#xg;", "&#x/;", "&#65", "&x", "\x80", "\xC1\xBF",
+          "\xC3", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xEF\xBF\xBE", "\xF0\x8F\xBF\xBF",
+          "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE2\x82|"})
         EXPECT_EQ(read_after("", text), "null") << text;
     for (const char* text : {"\xC2\x86", "\xC2\x84"})
         EXPECT_EQ(read_after("<?xml version='1.1'?>", text), "null") << text;
@@ -198,10 +200,18 @@ TEST_F(PushXml, declarations_characters_and_references) {
         {"<si><?xml-x <!-- ?><indication>t</indication></si>", "text=t 166"},
         {"<si><? x?><indication>t</indication></si>", "null"},
         {"<si\xC2\x85><indication>t</indication></si>", "null"},
+        {"<?xml?><?xml version='1.1'?><si\xC2\x85><indication>t</indication></si>\r", "text=t 166"},
+        {"<si><indication href·='1' href='h'>t</indication></si>", "href=h text=t 166"},
+        {"<?xml?><?xmlx?><si><indication>t</indication></si>", "text=t 166"},
+        {"<?xml?><?xml version='1.0", "null"},
+        {"<si><indication>t\xE2\x82", "null"},
         {"<si>&#xE9;<\xC3\x97/><indication>t</indication></si>", "null"},
     };
     for (const auto& [document, facts] : names)
         EXPECT_EQ(decode_xml_si(document), facts) << document;
+    const char16_t lone[] = u"\xD83C|\xDF05\xE000";
+    const mmskit::OwnedText copy(mmskit::xml_copy_utf8(reinterpret_cast<const uint16_t*>(lone)));
+    EXPECT_STREQ(copy.get(), "\uFFFD|\uFFFD\uE000");
 }
 
 // Runs `work` in a process of its own; false when it needs a second of the processor, or 50

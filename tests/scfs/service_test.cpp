@@ -48,9 +48,9 @@ TEST_F(Services, append_notifies_without_arguments) {
     });
     EXPECT_EQ(fnSCFS_WriteToFile("d", 1, "a"), -1);
     EXPECT_EQ(fnSCFS_WriteToFile(nullptr, 1, "b"), -1);
-    EXPECT_EQ(fnSCFS_AppendToFile("d", 1, "c"), -1);
+    EXPECT_EQ(fnSCFS_AppendToFile("d", 1, "c") + fnSCFS_AppendToFile(nullptr, 1, "d"), -2);
     EXPECT_EQ(fnSCFS_AppendToFile("d", 1, nullptr), -1);
-    EXPECT_EQ(told, "a2b2-2");
+    EXPECT_EQ(told, "a2b2d2-2");
 }
 
 TEST_F(Services, write_multiplies_count_twice) {
@@ -69,8 +69,12 @@ TEST_F(Services, write_multiplies_count_twice) {
     }
     fnSCFS_File_Close(file);
     tSCFS_File* full = mmskit::new_file_handle(std::fopen("/dev/full", "w"));
+    EXPECT_EQ(fnSCFS_File_Write(std::string(9999, 'a').data(), 9999, 1, full), -1);
     fnSCFS_File_Write("a", 1, 1, full);
     EXPECT_FALSE(mmskit::close_file_handle(full));
+    auto* own = static_cast<tSCFS_File*>(std::calloc(1, sizeof(tSCFS_File)));
+    EXPECT_EQ(fnSCFS_File_Write("a", 1, 1, own), -1);
+    fnSCFS_File_Close(own);
 }
 
 TEST_F(Services, FullPathIsNeverCut) {
@@ -89,7 +93,7 @@ TEST_F(Services, StateAndLists) {
         fnSCList_AddTail(timers, timer);
     }
     fnSCList_AddFront(timers, timers)->pData = nullptr;
-    EXPECT_EQ(fnSCFS_TimerCallback(2), 41U);
+    EXPECT_EQ(fnSCFS_TimerCallback(2) + fnSCFS_TimerCallback(3), 41U);
     EXPECT_EQ(fnSCList_GetCount(timers), 2);
     void* last = timers->pTail->pData;
     EXPECT_EQ(fnSCFS_List_MoveToHead(timers, last), 0);
@@ -117,7 +121,7 @@ TEST_F(Services, str_to_long_takes_any_character) {
 
 TEST_F(Services, UrlDecoding) {
     const char* const cases[][3] = {
-        {"plain", "a%41b%6a%6A%ff", "aAbjj\xFF"},
+        {"plain", "a%41b%6a%6A%09%ff%", "aAbjj\t\xFF%"},
         {"url_zero_stays_encoded", "a%00b%0041", "a%00b%0041"},
         {"url_invalid_escape_becomes_ff", "%zz1%4g%%41", "\xFF\x31\xFF\xFF\x31"},
         {"two_characters_are_needed", "a%4", "a%4"},

@@ -82,6 +82,9 @@ TEST(FileBuffer, NothingLeavesTheArea) {
             Area area(8);
             tSCFS_FileBuffer& b = area.buffer;
             char out[4];
+            tSCFS_FileBuffer nowhere{nullptr, position, limit};
+            fnSCFS_Buffer_WriteString(&nowhere, "a", 1);
+            EXPECT_EQ(read(nowhere), "");
             b = {b.pData, position, limit};
             for (const int32_t length : {most, least, 0, 1, 7})
                 fnSCFS_Buffer_WriteString(&b, "abcdefg", length);

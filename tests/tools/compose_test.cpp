@@ -93,7 +93,7 @@ TEST_F(Compose, complaints_name_the_key) {
         {R"({"to": )", "parse error at line 1, column 7: "},
         {"{\"to\": \"+1\",\n}", "parse error at line 2, column 1: "},
         {"{\"subject\": \"\xC0\x80\"}", "parse error at line 1, column 13: "},
-        {R"({"subject": 5})", "subject: it is not a string"},
+        {R"({"subject": -0})", "subject: it is not a string"},
         {R"({"read_report": "yes"})", "read_report: it is not true or false"},
         {R"({"slides": [{"text": "a", "text": "b"}]})",
          "parse error at line 1, column 32: duplicate object key near '\"text\"'"},
