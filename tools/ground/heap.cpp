@@ -1,12 +1,15 @@
 #include "ground/heap.h"
 
-#include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace mmskit_tool {
 
@@ -15,12 +18,13 @@ void prepare_heap() {
     constexpr int room = 32 << 20;  // bytes; untouched ones are not memory
     constexpr std::ptrdiff_t small = 1 << 20;
     constexpr int usual_pad = 128 << 10;
-    constexpr int own_pages = 4 << 20;  // from this size on a block is not of the heap
+    constexpr std::size_t first_block = 256 << 10;  // more than what is left of the heap
+    constexpr int own_pages = 4 << 20;              // from this size on a block is not of the heap
     (void)mallopt(M_MMAP_THRESHOLD, own_pages);
     (void)mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     (void)mallopt(M_TOP_PAD, room);
     char* const first = static_cast<char*>(::sbrk(0)) + small;
-    void* volatile grows_the_heap = std::malloc(2 * usual_pad);
+    void* volatile grows_the_heap = std::malloc(first_block);
     std::free(grows_the_heap);
     (void)mallopt(M_TOP_PAD, usual_pad);
     char* const end = static_cast<char*>(::sbrk(0));

@@ -104,7 +104,7 @@ bool is_unsafe(char32_t c) {
 // In hexadecimal, with zeros before it up to so many digits.
 void append_code(std::string& out, std::string_view before, uint32_t value, int digits) {
     out += before;
-    for (int at = std::max<int>(digits, (std::bit_width(value) + 3) / 4); at-- > 0;)
+    for (int at = std::max(digits, (static_cast<int>(std::bit_width(value)) + 3) / 4); at-- > 0;)
         out += "0123456789abcdef"[value >> (4 * at) & 15U];
 }
 

@@ -124,7 +124,7 @@ class PageWriter {
     }
 
     [[nodiscard]] std::string title() const {
-        const std::string subject = header_text(facts_, "Subject");
+        std::string subject = header_text(facts_, "Subject");
         if (!subject.empty()) return subject;
         const std::string from = header_text(facts_, "From");
         return kind_name(facts_) + (from.empty() ? "" : " from " + from);
