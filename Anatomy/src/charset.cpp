@@ -9,6 +9,7 @@
 
 #include "Anatomy/src/charset_table.h"
 #include "Anatomy/src/converters.h"
+#include "Anatomy/src/letters.h"
 #include "Anatomy/src/utf16.h"
 
 namespace mmskit_anatomy {
@@ -41,6 +42,9 @@ std::size_t valid_size(std::string_view text) {
         return i < text.size() ? static_cast<uint8_t>(text[i]) : 0U;
     };
     for (;;) {
+        while (at + sizeof(uint64_t) <= text.size() &&
+               (octets_at(text, at) & 0x8080808080808080) == 0)
+            at += sizeof(uint64_t);
         while (at < text.size() && static_cast<uint8_t>(text[at]) < 0x80)
             ++at;
         if (at == text.size()) return at;

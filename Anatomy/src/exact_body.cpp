@@ -1,6 +1,8 @@
 // The model of the exact body splitter and of its content types; see exact_message.h.
 
 #include <algorithm>
+#include <charconv>
+#include <cstring>
 #include <string>
 
 #include "Anatomy/src/exact_message.h"
@@ -132,7 +134,7 @@ void give_names(ExactBodyPart& part, bool named, bool located, std::size_t kept,
     if (named) {
         part.location = part.name;
     } else if (part.type == "text/plain") {
-        part.location = part.name = made.keep_view(generated_name(kept));
+        part.location = part.name = generated_name(kept, made);
     }
 }
 
@@ -188,8 +190,13 @@ std::string_view without_angles(std::string_view id, Arena& made) {
     return made.keep_view(without);
 }
 
-std::string generated_name(std::size_t kept) {
-    return "MMS_Text00" + std::to_string(static_cast<int>(kept)) + ".txt";
+std::string_view generated_name(std::size_t kept, Arena& made) {
+    char text[40] = "MMS_Text00";
+    char* end = text + std::strlen(text);
+    end = std::to_chars(end, std::end(text), static_cast<int>(kept)).ptr;
+    constexpr std::string_view extension = ".txt";
+    end = std::copy(extension.begin(), extension.end(), end);
+    return made.keep_view({text, static_cast<std::size_t>(end - text)});
 }
 
 ExactBody exact_body(Bytes body, std::size_t most_kept, ExactTexts& texts) {

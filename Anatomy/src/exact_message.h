@@ -133,7 +133,7 @@ struct ExactBody {
 // A Content-ID as the decoders keep it.
 std::string_view without_angles(std::string_view id, Arena& made);
 // Of a text without a name, behind `kept` parts that are kept.
-std::string generated_name(std::size_t kept);
+std::string_view generated_name(std::size_t kept, Arena& made);
 
 // Stops when more than `most_kept` parts are kept: a hostile body has many more than are asked for.
 ExactBody exact_body(Bytes body, std::size_t most_kept, ExactTexts& texts);

@@ -65,13 +65,17 @@ bool same_letters(std::string_view shape, std::string_view a, std::string_view b
 
 constexpr uint32_t none_at = UINT32_MAX;
 
+struct Named {
+    std::string_view name;
+    uint32_t part;
+    Test test;
+};
+
 // A name, and the next one that a reference of its class finds, in the order in which they are
 // tried.
 struct Entry {
-    std::string_view name;
-    uint32_t part;
+    uint32_t name;  // index in the table's names
     uint32_t next;
-    Test test;
 };
 
 // The names that a class of references finds; indices of entries.
@@ -84,8 +88,11 @@ struct Class {
 
 // The names that fit one shape, by the letters that it compares.
 struct Table {
+    const std::vector<Named>* names = nullptr;  // of that length
     std::vector<Entry> entries;
     std::vector<Class> classes;  // a power of two of them, a third empty at least
+
+    [[nodiscard]] const Named& named(uint32_t index) const { return (*names)[entries[index].name]; }
 
     // The class of these letters, or the empty place where it would be; `work` grows with the
     // places that are passed.
@@ -94,15 +101,15 @@ struct Table {
         for (std::size_t at = hash & mask;; at = (at + 1) & mask, ++work) {
             Class& found = classes[at];
             if (found.first == none_at ||
-                (found.hash == hash && same_letters(shape, entries[found.first].name, text)))
+                (found.hash == hash && same_letters(shape, named(found.first).name, text)))
                 return found;
         }
     }
 
     void add(std::string_view shape, uint32_t index, uint64_t& work) {
-        const Entry& entry = entries[index];
-        const uint32_t hash = hash_letters(shape, entry.name);
-        Class& to = find(hash, shape, entry.name, work);
+        const Named& name = named(index);
+        const uint32_t hash = hash_letters(shape, name.name);
+        Class& to = find(hash, shape, name.name, work);
         if (to.first == none_at) {
             to.hash = hash;
             to.first = index;
@@ -111,7 +118,7 @@ struct Table {
             if (to.first == to.last) to.cursor = index;
         }
         to.last = index;
-        if (to.first_id == none_at && entry.test == Test::content_id) to.first_id = index;
+        if (to.first_id == none_at && name.test == Test::content_id) to.first_id = index;
     }
 };
 
@@ -130,7 +137,7 @@ struct ExactNames::State {
     const std::vector<PlannedPart>& parts;
     std::vector<uint8_t> placed;
     std::vector<uint32_t> next_free;  // no part that is not placed lies between
-    std::unordered_map<std::size_t, std::vector<Entry>> by_length;
+    std::unordered_map<std::size_t, std::vector<Named>> by_length;
     std::unordered_map<std::string, Table> tables;  // by shape
     // References of one form often follow each other: its shape, and its table or null.
     std::string last_shape;
@@ -143,7 +150,7 @@ struct ExactNames::State {
     explicit State(const std::vector<PlannedPart>& all) : parts(all), placed(all.size()) {}
 
     void collect() {
-        std::vector<Entry>* names = nullptr;  // of the length of the last one
+        std::vector<Named>* names = nullptr;  // of the length of the last one
         std::size_t length = 0;
         next_free.reserve(parts.size());
         for (uint32_t i = 0; i < parts.size(); ++i) {
@@ -156,7 +163,7 @@ struct ExactNames::State {
                 if (name.empty()) continue;
                 if (names == nullptr || name.size() != length) names = &by_length[name.size()];
                 length = name.size();
-                names->push_back({name, i, none_at, test});
+                names->push_back({name, i, test});
             }
         }
     }
@@ -169,14 +176,15 @@ struct ExactNames::State {
         return &at->second;
     }
 
-    void fill(std::string_view shape, const std::vector<Entry>& names, Table& table) {
+    void fill(std::string_view shape, const std::vector<Named>& names, Table& table) {
+        table.names = &names;
         work += uint64_t{names.size()} * shape.size();
         if (work > most_work) {
             gave_up = true;
             return;
         }
-        for (const Entry& entry : names)
-            if (fits(shape, entry.name)) table.entries.push_back(entry);
+        for (uint32_t i = 0; i < names.size(); ++i)
+            if (fits(shape, names[i].name)) table.entries.push_back({i, none_at});
         entries += table.entries.size();
         if (entries > most_entries) {
             gave_up = true;
@@ -217,12 +225,12 @@ struct ExactNames::State {
         return root < parts.size() ? root : no_part;
     }
 
-    // Another part of that name than the first; `names` are those of the table it is in.
-    uint32_t further(Class& found, const std::vector<Entry>& names) {
-        const Entry& first = names[found.first];
+    // Another part of that name than the first.
+    uint32_t further(Class& found, const Table& table) {
+        const Named& first = table.named(found.first);
         if (first.test == Test::content_id) return next_unplaced(first.part + 1);
-        for (; found.cursor != none_at; found.cursor = names[found.cursor].next) {
-            const Entry& entry = names[found.cursor];
+        for (; found.cursor != none_at; found.cursor = table.entries[found.cursor].next) {
+            const Named& entry = table.named(found.cursor);
             if (entry.test == first.test && entry.part != first.part && placed[entry.part] == 0)
                 return entry.part;
         }
@@ -232,15 +240,15 @@ struct ExactNames::State {
     uint32_t choose(std::string_view reference) {
         Class* const whole = find(reference);
         const Table* const table = last_table;
-        uint32_t chosen = whole != nullptr ? table->entries[whole->first].part : no_part;
+        uint32_t chosen = whole != nullptr ? table->named(whole->first).part : no_part;
         if (const std::size_t cid = cid_at(reference); cid != std::string_view::npos)
             if (const Class* found = find(reference.substr(cid)))
                 if (found->first_id != none_at)
-                    if (const uint32_t part = last_table->entries[found->first_id].part;
+                    if (const uint32_t part = last_table->named(found->first_id).part;
                         part < chosen)
                         return part;
         if (chosen == no_part || placed[chosen] == 0) return chosen;
-        const uint32_t other = further(*whole, table->entries);
+        const uint32_t other = further(*whole, *table);
         return other != no_part ? other : chosen;
     }
 };

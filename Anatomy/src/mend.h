@@ -86,7 +86,8 @@ class NewNames {
     std::string_view next(std::string_view original, Arena& made);
 
   private:
-    std::string stem_;
+    std::string made_;      // the last one, or its stem
+    std::size_t stem_ = 0;  // bytes before the letters that differ
     std::size_t width_ = 1;
     std::size_t number_ = 0;
 };

@@ -253,7 +253,7 @@ class BodyMender {
     void generate_name(std::size_t at) {
         ExactBodyPart& exact = planned_[at].exact;
         if (exact.type != text_type || !exact.location.empty() || !exact.name.empty()) return;
-        exact.location = exact.name = made_.made.keep_view(generated_name(at));
+        exact.location = exact.name = generated_name(at, made_.made);
     }
 
     // ---- Names and the presentation -------------------------------------------------------------

@@ -39,8 +39,10 @@ std::string percent_decoded(std::string_view text) {
 }
 
 std::string_view basename_of(std::string_view name) {
-    const std::size_t slash = name.find_last_of("/\\");
-    return slash == std::string_view::npos ? name : name.substr(slash + 1);
+    std::size_t at = name.size();
+    while (at > 0 && name[at - 1] != '/' && name[at - 1] != '\\')
+        --at;
+    return name.substr(at);
 }
 
 // Names in the order of their worth.
@@ -176,7 +178,7 @@ struct Resolver::State {
         for (uint32_t part = 0; part < tree.part_list.size(); ++part) {
             if (has_type(part, "application/smil")) continue;
             Names all = names_of(part);
-            if (is_called_by_place(part, all)) all[location] = made.keep_view(generated_name(kept));
+            if (is_called_by_place(part, all)) all[location] = generated_name(kept, made);
             if (tree.part_list[part].iDataLen != 0) ++kept;
             for (std::size_t source = 0; source < source_count; ++source)
                 if (!all[source].empty())
@@ -299,17 +301,17 @@ NewNames::NewNames(const Tree& tree, std::size_t count) {
         for (const std::string_view name :
              {detail.location, detail.name, detail.filename, detail.content_id})
             run = std::max(run, run_after_stem(name));
-    stem_ = std::string(first_stem) + std::string(std::min<std::size_t>(run, 64), 'x');
+    made_ = std::string(first_stem) + std::string(std::min<std::size_t>(run, 64), 'x');
+    stem_ = made_.size();
     for (std::size_t room = 26; room < count; room *= 26)
         ++width_;
 }
 
 std::string_view NewNames::next(std::string_view original, Arena& names) {
-    std::string letters(width_, 'a');
+    made_.resize(stem_ + width_);
     std::size_t left = number_++;
-    for (std::size_t i = width_; i-- > 0; left /= 26)
-        letters[i] = static_cast<char>('a' + left % 26);
-    std::string made = stem_ + letters;
+    for (std::size_t i = made_.size(); i-- > stem_; left /= 26)
+        made_[i] = static_cast<char>('a' + left % 26);
     const std::string_view base = basename_of(original);
     const std::size_t dot = base.rfind('.');
     const std::string_view extension = dot != base.npos ? base.substr(dot + 1) : std::string_view();
@@ -318,8 +320,8 @@ std::string_view NewNames::next(std::string_view original, Arena& names) {
         std::all_of(extension.begin(), extension.end(), [](char c) {
             return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
         });
-    if (plain) made.append(".").append(extension);
-    return names.keep_view(made);
+    if (plain) (made_ += '.') += extension;
+    return names.keep_view(made_);
 }
 
 }  // namespace mmskit_anatomy

@@ -1,8 +1,7 @@
 // See mend_view.h.
 #include "Anatomy/src/mend_view.h"
 
-#include <string.h>
-
+#include <cstring>
 #include <deque>
 #include <unordered_set>
 
@@ -12,19 +11,13 @@ namespace {
 constexpr int kind_text = 1, kind_image = 2, kind_audio = 3, kind_video = 4, kind_other = 5;
 constexpr std::size_t longest_named = 120;  // bytes of a name in a note
 
-bool starts_as(std::string_view type, std::string_view word) {
-    return type.starts_with(word) && type.size() > word.size() && type[word.size()] == '/';
-}
-
 // What a part is by its type; by_type for what is none of these. A reference costs the first word,
 // however long the type goes on.
-MediaKind kind_of(const char* whole_type) {
-    constexpr std::size_t longest_word = 6;  // with the slash
-    const std::string_view type(whole_type, strnlen(whole_type, longest_word));
-    if (starts_as(type, "text")) return MediaKind::text;
-    if (starts_as(type, "image")) return MediaKind::image;
-    if (starts_as(type, "audio")) return MediaKind::audio;
-    if (starts_as(type, "video")) return MediaKind::video;
+MediaKind kind_of(const char* type) {
+    if (std::strncmp(type, "text/", 5) == 0) return MediaKind::text;
+    if (std::strncmp(type, "image/", 6) == 0) return MediaKind::image;
+    if (std::strncmp(type, "audio/", 6) == 0) return MediaKind::audio;
+    if (std::strncmp(type, "video/", 6) == 0) return MediaKind::video;
     return MediaKind::by_type;
 }
 

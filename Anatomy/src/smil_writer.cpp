@@ -114,10 +114,11 @@ class Writer {
     }
 
     void begin_media(const SmilMedia& media, std::string_view source) {
-        constexpr std::string_view names[] = {"text", "img", "audio", "video", "ref"};
-        out_ += '<';
-        out_ += names[static_cast<std::size_t>(media.kind)];
-        text("src", source);
+        constexpr std::string_view starts[] = {"<text src=\"", "<img src=\"", "<audio src=\"",
+                                               "<video src=\"", "<ref src=\""};
+        out_ += starts[static_cast<std::size_t>(media.kind)];
+        out_ += source;
+        out_ += '"';
         if (media.region >= 0) text("region", ids_[static_cast<std::size_t>(media.region)]);
         if (media.begin != 0) number("begin", media.begin, "ms");
         if (media.end != 0) number("end", media.end, "ms");
