@@ -47,8 +47,8 @@ const char* Arena::keep(std::string_view text) {
 const char* Arena::keep_again(std::string_view text) {
     constexpr std::size_t longest = 40;
     if (text.empty() || text.size() > longest) return keep(text);
-    const auto octet = [&](std::size_t at) { return static_cast<uint8_t>(text[at]); };
-    const std::size_t place = text.size() * 7 + octet(0) + octet(text.size() - 1) * 5U;
+    const auto octet = [&](std::size_t at) { return std::size_t{static_cast<uint8_t>(text[at])}; };
+    const std::size_t place = text.size() * 7 + octet(0) + octet(text.size() - 1) * 5;
     std::string_view& last = lately_[place % lately_.size()];
     if (last.size() != text.size() || std::memcmp(last.data(), text.data(), text.size()) != 0)
         last = keep_view(text);
