@@ -223,7 +223,8 @@ class PartList {
     }
     // Up to the first part that fails.
     void append_slide(const CPSSlideStruct& slide, uint32_t number) {
-        if (slide.bText != 0 && !append_text(slide, number)) return;
+        const bool has_text = slide.bText != 0 && slide.iTextLen >= 1;  // unreachable: empty texts
+        if (has_text && !append_text(slide, number)) return;
         if (slide.bVideo != 0) {
             append_medium(slide, video_kind);
             return;

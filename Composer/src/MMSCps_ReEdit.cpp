@@ -18,8 +18,10 @@ struct ViewRelease {
     ~ViewRelease() { fnPAR_SmilFree(); }
 };
 
+// A medium without data is left out, which is no failure.
 template <typename Out>
 bool take_medium(CPSSlideStruct& slide, const MediumKind& kind, const Out& medium) {
+    if (medium.Data == nullptr || medium.Length < 1) return true;  // unreachable: parts have data
     return store_medium(slide, kind,
                         {medium.Data, static_cast<uint32_t>(medium.Length), medium.Type,
                          medium.Name, medium.Begin, medium.End, nullptr});
@@ -37,6 +39,7 @@ bool take_media(CPSSlideStruct& slide) {
 bool take_text(CPSSlideStruct& slide) {
     tPAR_Text text = {};
     if (fnPAR_GetCurParText(&text) != 1) return true;
+    if (text.Data == nullptr) return true;  // unreachable: a text that is told has one
     // QUIRK text_timing_is_not_taken_over: the text of a re-edited slide starts with the defaults.
     if (store_medium(slide, text_kind,
                      {text.Data, static_cast<uint32_t>(std::strlen(text.Data)), nullptr, nullptr, 0,
@@ -84,19 +87,24 @@ bool may_not_be_forwarded(const tPAR_Attachment& attachment) {
     return false;
 }
 
-// QUIRK slot_advances_past_the_count: an attachment that may not be forwarded sets the slot to the
-// one behind the count, so a kept one may land beyond the counted range, or in a slot that is
-// filled already. None is without data.
+// QUIRK slot_advances_past_the_count: an attachment without data leaves its slot empty and one
+// that may not be forwarded sets the slot to the one behind the count, so a kept one may land
+// beyond the counted range, or in a slot that is filled already.
 bool take_attachments() {
     int32_t& count = tCPS_NewMessage.TotalAttachment;
     int32_t slot = 0;
-    for (int32_t i = 0; slot < CPS_MAX_ATTACHMENTS; ++i) {
+    for (int32_t i = 0; i <= fnPAR_GetTotalAttachments() && slot < CPS_MAX_ATTACHMENTS; ++i) {
         tPAR_Attachment attachment = {};
         if (fnPAR_GetAttachment(&attachment, i) != 1) {
             log_line("fnPAR_GetAttachment return false");
             return true;
         }
         log_line("attachment.Size =:%d", attachment.Length);
+        if (attachment.Data == nullptr || attachment.Length < 1) {  // unreachable: parts have data
+            log_line("attachment is invalid");
+            ++slot;
+            continue;
+        }
         log_line("attachment exists");
         if (may_not_be_forwarded(attachment)) {
             slot = count + 1;

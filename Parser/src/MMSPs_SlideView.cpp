@@ -111,6 +111,8 @@ void prepare_parts(tMMS_MediaData* list) {
         part->IsSmil = 0;
         if (part->pContentType != nullptr && fnSC_STRCMP(part->pContentType, drm_message_type) == 0)
             parser_state.bDrmIncluded = 1;
+        // A decoded part never is: a host that takes parts in separately sets this.
+        if (part->bDrmSeparate == 1) parser_state.bDrmIncluded = 1;  // unreachable: just decoded
     }
 }
 

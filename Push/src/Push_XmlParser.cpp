@@ -140,6 +140,10 @@ Reading read_si_tree(const XmlNode& root, void* record) {
     si.iCharset = xml_text_charset;
     for (int32_t i = 0; i < root.children; ++i) {
         const XmlNode child = xml_child(root, i);
+        if (child.kind == XmlKind::error) {  // unreachable: both parsers tell errors at the root
+            log_parse_error();
+            return Reading::failed_keeping_file;
+        }
         if (!xml_equals(child.name, "indication")) continue;
         if (!read_only_text(child, si.pNotifyText) ||
             !read_attributes(child, read_si_attribute, record))
