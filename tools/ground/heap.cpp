@@ -19,7 +19,7 @@ void prepare_heap() {
     constexpr std::ptrdiff_t small = 1 << 20;
     constexpr int usual_pad = 128 << 10;
     constexpr std::size_t first_block = 256 << 10;  // more than what is left of the heap
-    constexpr int own_pages = 4 << 20;              // from this size on a block is not of the heap
+    constexpr int own_pages = 1 << 20;              // from this size on a block is not of the heap
     (void)mallopt(M_MMAP_THRESHOLD, own_pages);
     (void)mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     (void)mallopt(M_TOP_PAD, room);
