@@ -66,7 +66,7 @@ ExactPart exact_part(Bytes headers, MediaTypes& types) {
         const uint8_t code = cursor.octet();
         if (code == 0x8E) {
             part.location = exact_text(cursor);
-            constexpr std::string_view empty_name("", 1);  // is one, too
+            constexpr std::string_view empty_name("\0", 1);  // is one, too
             if (part.location.empty()) part.location = empty_name;
         } else if (code == 0xC0) {
             if (cursor.peek() == '"') cursor.skip(1);
