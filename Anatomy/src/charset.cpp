@@ -94,7 +94,8 @@ class Converter {
             if (errno == E2BIG) continue;
             if (errno == EINVAL) return end == End::invalid ? end : End::cut;
             end = End::invalid;
-            if (!replacing) return end;
+            // The C library refuses a last character of ISO-2022-CN-EXT that it has taken already.
+            if (!replacing || left == 0) return end;
             out += replacement_utf8;
             ++from;
             --left;
