@@ -17,11 +17,13 @@ constexpr uint8_t second_token = 0x81;  // no, relative, insert address
 constexpr uint8_t code_attributes = 0xA8;
 
 std::string_view without_type(std::string_view address) {
-    const std::size_t slash = address.rfind('/');
     constexpr std::string_view mark = "/TYPE=";
-    if (slash == std::string_view::npos || !same_word(address.substr(slash, mark.size()), mark))
-        return address;
-    return address.substr(0, slash);
+    for (;;) {  // a type behind a type is one, too
+        const std::size_t slash = address.rfind('/');
+        if (slash == std::string_view::npos || !same_word(address.substr(slash, mark.size()), mark))
+            return address;
+        address = address.substr(0, slash);
+    }
 }
 
 int64_t clamped(uint64_t number) {
