@@ -44,12 +44,13 @@ class Mender {
     void mend_message() {
         const bool has_body = tree_.body.length != 0 && carries_body();
         body_at_ = has_body ? tree_.body.offset - tree_.iMessageOffset : message_.size();
-        const bool headers_stay = tree_.iMessage == MMS_MESSAGE_BODY || headers_are_right();
         if (tree_.body.length != 0 && !has_body)
             notes_.push_back({MMS_FLAW_LOST, tree_.body, "a message of this type has no body"});
         MendedBody body;
         body.same = true;
         if (has_body) body = mend_body(tree_, out_->texts, notes_);
+        const bool headers_stay = tree_.iMessage == MMS_MESSAGE_BODY ||
+                                  (headers_are_right() && (body.same || ends_are_sure()));
         if (headers_stay && body.same) {
             keep(body_at_);
         } else {
@@ -94,6 +95,18 @@ class Mender {
         const ExactHeaders read = exact_headers(*syntax, message_);
         return read.taken && (!carries_body() || read.body == body_at_) &&
                read.values == wanted_headers(*syntax, tree_);
+    }
+
+    // Where an inexact value ends is told by what follows it: before another body it could end
+    // elsewhere.
+    [[nodiscard]] bool ends_are_sure() const {
+        if (exact_syntax(tree_.iMessageType) == nullptr) return true;
+        for (std::size_t i = 0; i < tree_.header_list.size(); ++i) {
+            const HeaderDetail& header = tree_.header_details[i];
+            if (tree_.header_list[i].iCode == code_content_type) continue;
+            if (!header.exact && !header.textual) return false;
+        }
+        return true;
     }
 
     void collect_notes() {
