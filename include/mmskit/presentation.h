@@ -213,7 +213,7 @@ typedef struct tPAR_Attachment {
  * stays until fnPAR_SmilFree. When it succeeds the last slide is current: call fnPAR_InitCurPar.
  *
  * Limits, above any real message: the texts, types and names copied onto slides may sum to 1 MiB
- * and 4 times `length`; beyond that a type or name is null and a text is left out.
+ * and twice `length`; beyond that a type or name is null and a text is left out.
  * Looking up references to parts and to regions costs at most 2^21 comparisons together (a part or
  * region that a reference passes counts 1, and 1 more for every 16 bytes compared there), so that
  * 1,400 parts may each be referred to, and as many regions; a reference beyond that names nothing.

@@ -340,14 +340,14 @@ TEST(SlideView, TextsBeyondTheCopyLimitAreLeftOut) {
     std::string pars, expected;
     for (int i = 0; i < 20; ++i) {
         pars += "<par><text src='t'/><img src='i'/></par>";
-        expected += i < 9 ? "{0 '" + large + "' i i=1} " : "{0 i i=1} ";
+        expected += i < 7 ? "{0 '" + large + "' i i=1} " : "{0 i i=1} ";
     }
     const std::vector<std::string> parts{smil(pars), plain("t", large),
                                          media("image/gif", "i", "1")};
     namespace limits = mmskit::limits;
     ASSERT_EQ((limits::slide_copy_base + limits::slide_copy_factor * body_of(parts).size()) /
                   (large.size() + 1),
-              9);
+              7);
     EXPECT_TRUE(seen(parts) + " " == expected);
 }
 

@@ -14,7 +14,7 @@ inline constexpr int32_t drm_header_scan = 4096;  // bytes
 // reference gets a copy. The sum of all copies of one message is bounded by this many bytes plus
 // slide_copy_factor times the message's length; beyond it nothing more is copied.
 inline constexpr uint64_t slide_copy_base = 1U << 20;
-inline constexpr uint64_t slide_copy_factor = 4;
+inline constexpr uint64_t slide_copy_factor = 2;
 
 // A log line is cut here; the longest fixed text is below 100 bytes and pieces are at most 50.
 inline constexpr uint32_t log_line = 256;  // bytes
