@@ -127,8 +127,9 @@ void strip_end(std::string& name) {
 // Where a file name's extension begins; a long one is part of the name.
 std::size_t extension_start(const std::string& name) {
     constexpr std::size_t longest = 16;
-    const std::size_t dot = name.rfind('.');
-    return dot == std::string::npos || dot == 0 || name.size() - dot > longest ? name.size() : dot;
+    const std::size_t tail = name.size() - std::min(name.size(), longest);
+    const std::size_t dot = std::string_view(name).substr(tail).rfind('.');
+    return dot == std::string_view::npos || tail + dot == 0 ? name.size() : tail + dot;
 }
 
 NumberedName split_name(const std::string& name, std::size_t limit) {

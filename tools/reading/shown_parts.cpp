@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <unordered_set>
 #include <utility>
 
 #include "reading/render.h"
@@ -181,15 +182,17 @@ void bound_repeated_names(MessageFacts& facts) {
     constexpr std::size_t base = 65'536;
     const std::size_t allowed = base + facts.size;
     std::size_t left = allowed;
-    bool whole = true;
+    std::unordered_set<const char*> too_long;  // for what was left, and so for what is
     const auto charge = [&](const char*& text) {
-        const std::size_t length = text != nullptr ? strnlen(text, left + 1) : 0;
-        if (length > left) {
-            text = nullptr;
-            whole = false;
-        } else {
+        if (text == nullptr) return;
+        const bool known = !too_long.empty() && too_long.contains(text);
+        const std::size_t length = known ? left + 1 : strnlen(text, left + 1);
+        if (length <= left) {
             left -= length;
+            return;
         }
+        if (!known) too_long.insert(text);
+        text = nullptr;
     };
     for (SlideFact& slide : facts.slides) {
         for (auto* list : {&slide.media, &slide.further_media}) {
@@ -199,7 +202,7 @@ void bound_repeated_names(MessageFacts& facts) {
             }
         }
     }
-    if (!whole)
+    if (!too_long.empty())
         facts.notes.push_back({NoteKind::lost, 0, 0, 0,
                                "names and types on slides beyond " + std::to_string(allowed) +
                                    " bytes: told with their parts alone"});

@@ -67,10 +67,12 @@ void refuse_late_begin(const std::string& what, const PlannedTiming& timing, int
     if (timing.begin >= duration) throw Failure(what + ": it begins when the slide is over");
 }
 
+// Of names that may be given: a longer one is no part's that is sent.
 std::set<std::string> used_names() {
     std::set<std::string> names;
     const auto use = [&](bool present, const char* name) {
-        if (present && name != nullptr) names.insert(name);
+        if (present && name != nullptr && strnlen(name, longest_name + 1) <= longest_name)
+            names.insert(name);
     };
     // The composer's own, for the texts.
     for (int32_t i = 0; i < CPS_MAX_SLIDES; ++i)
@@ -151,7 +153,7 @@ std::string Composition::free_name(const std::string& wanted, const std::string&
 
 // The name of a medium that the composer holds, as a block of the library's memory.
 void Composition::mend_name(char*& name, const std::string& what) {
-    if (name == nullptr || (is_part_name(name) && std::strlen(name) <= longest_name)) return;
+    if (name == nullptr || (std::strlen(name) <= longest_name && is_part_name(name))) return;
     char* copy = fnSC_MEMSTRCOPY(free_name(name, what).c_str());
     if (copy == nullptr) throw Failure("out of memory");
     fnSC_Free(&name);

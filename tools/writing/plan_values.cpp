@@ -3,6 +3,7 @@
 #include "writing/plan_values.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <chrono>
 #include <ctime>
@@ -142,7 +143,7 @@ bool is_printable(char c) {
     return c > ' ' && c < '\x7F';
 }
 
-bool is_control(char c) {
+constexpr bool is_control(char c) {
     return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
 }
 
@@ -160,6 +161,16 @@ bool is_mail_address(std::string_view word) {
 }
 
 constexpr std::string_view markup = "\"'<>&/\\";
+
+// What no part's name has.
+constexpr auto barred_bytes = [] {
+    std::array<bool, 256> barred{};
+    for (std::size_t byte = 0; byte < barred.size(); ++byte)
+        barred[byte] = is_control(static_cast<char>(byte));
+    for (const char c : markup)
+        barred[static_cast<unsigned char>(c)] = true;
+    return barred;
+}();
 
 }  // namespace
 
@@ -265,9 +276,9 @@ std::string parse_type(std::string_view word) {
 }
 
 bool is_part_name(std::string_view word) {
-    return !word.empty() && is_utf8(word) && std::none_of(word.begin(), word.end(), is_control) &&
-           word.find_first_of(markup) == std::string_view::npos &&
-           static_cast<unsigned char>(word[0]) < 0x7F;
+    const auto is_barred = [](char c) { return barred_bytes[static_cast<unsigned char>(c)]; };
+    return !word.empty() && static_cast<unsigned char>(word[0]) < 0x7F &&
+           std::none_of(word.begin(), word.end(), is_barred) && is_utf8(word);
 }
 
 std::string parse_part_name(std::string_view word) {
