@@ -353,7 +353,7 @@ Attributes::Attributes(const Tag& tag) {
     const char* const end = tag.rest.end();
     if (p == end) return;
     Item* item = items_;
-    const Item* full = items_ + room_;
+    const Item* full = items_ + usual_count;
     for (;; ++item) {
         const char* behind = plain_attribute(p, tag.last_word, end, *item);
         if (behind == nullptr) {
@@ -363,23 +363,24 @@ Attributes::Attributes(const Tag& tag) {
         }
         p = behind;
         if (item != full) continue;
-        if (!grow()) {
+        if (!grow(static_cast<size_t>(end - p))) {
             exhaust_cursor();
             return;
         }
-        item = items_ + room_ / 2;
-        full = items_ + room_;
+        item = items_ + usual_count;
+        full = nullptr;
     }
     last_ = item;
 }
 
-[[gnu::cold]] bool Attributes::grow() {
-    auto* larger = static_cast<Item*>(allocate_unfilled((uint64_t{room_} * 2 + 1) * sizeof(Item)));
+[[gnu::cold]] bool Attributes::grow(size_t bytes) {
+    constexpr size_t shortest = sizeof "a=\"\"" - 1;
+    const uint64_t room = usual_count + 2 + bytes / shortest;
+    auto* larger = static_cast<Item*>(allocate_unfilled(room * sizeof(Item)));
     if (larger == nullptr) return false;
-    std::memcpy(static_cast<void*>(larger), items_, sizeof(Item) * (room_ + 1));
+    std::memcpy(static_cast<void*>(larger), items_, sizeof usual_);
     block_.reset(larger);
     last_ = items_ = larger;
-    room_ *= 2;
     return true;
 }
 

@@ -42,7 +42,8 @@ class Wanted {
         for (; i != text_.size; ++i) {
             const char wanted = text_.data[i];
             const char given = name[i];
-            if (wanted == given) continue;
+            if (wanted == given) [[likely]]
+                continue;
             // QUIRK digits_do_not_tell_parts_apart: a byte of the reference that is no letter
             // agrees with any byte; parts are told apart by being handed out in order.
             if (given == '\0' || (is_letter(wanted) && ((wanted ^ given) & ~case_bit) != 0)) break;

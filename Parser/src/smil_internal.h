@@ -219,14 +219,14 @@ class Attributes {
   private:
     static constexpr uint32_t usual_count = 12;
 
-    bool grow();
+    // Makes room, once and for all, for what `bytes` more of the tag can hold.
+    bool grow(size_t bytes);
 
     // One more than counts: an attribute is read before there is need for more. Not filled
     // beforehand.
     alignas(Item) unsigned char usual_[(usual_count + 1) * sizeof(Item)];
     Item* items_ = reinterpret_cast<Item*>(usual_);
     Item* last_ = items_;  // behind the last one
-    uint32_t room_ = usual_count;
     Owned<Item> block_;
 };
 
