@@ -40,7 +40,7 @@ void run_mend(fuzz::Bytes input) {
     const fuzz::Exact bytes(fuzz::Bytes(mended->pData, mended->iLength));
     fuzz::tell(bytes.data.get(), mended->iLength);
     const Anatomy again(fnMMS_Dissect(bytes.data.get(), mended->iLength));
-    const Mended same(fnMMS_Mend(again.get()));
+    const Mended same(fnMMS_MendOnce(again.get()));
     if (same == nullptr) return hold(false, "no result again");
     // A push document out of its push is not always known for one, nor are headers without a type.
     const bool typed = mended->iLength != 0 && mended->pData[0] == 0x8C;

@@ -134,18 +134,38 @@ class Mender {
     std::unique_ptr<Mended> out_;
 };
 
+template <typename Item>
+void free_all(std::vector<Item>& items) {
+    std::vector<Item>().swap(items);
+}
+
 }  // namespace
 
 extern "C" {
 
 tMMS_Mended* fnMMS_Mend(const tMMS_Anatomy* anatomy) {
     if (anatomy == nullptr) return nullptr;
+    const Tree& tree = *static_cast<const Tree*>(anatomy);
+    if (tree.mended_once) return nullptr;
     try {
         const ConvertersOpen converters;
-        return Mender(*static_cast<const Tree*>(anatomy)).mend().release();
+        return Mender(tree).mend().release();
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
+}
+
+tMMS_Mended* fnMMS_MendOnce(tMMS_Anatomy* anatomy) {
+    if (anatomy == nullptr) return nullptr;
+    Tree& tree = *static_cast<Tree*>(anatomy);
+    free_all(tree.nodes);
+    tree.pNodes = nullptr;
+    tree.iNodes = 0;
+    tMMS_Mended* const mended = fnMMS_Mend(anatomy);
+    tree.mended_once = true;
+    free_all(tree.part_details);
+    free_all(tree.header_details);
+    return mended;
 }
 
 void fnMMS_FreeMended(tMMS_Mended* mended) {

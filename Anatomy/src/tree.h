@@ -123,6 +123,7 @@ struct Tree : tMMS_Anatomy {
     Place body_type;            // that header with its value
     std::string_view top_type;  // in lower case
     bool body_exact = true;     // count, nesting and content type are what the exact decoder reads
+    bool mended_once = false;   // there are no nodes and no details any more
 
     [[nodiscard]] Bytes layer(uint32_t index) const;
     [[nodiscard]] Bytes at(const Place& place) const;

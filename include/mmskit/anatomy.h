@@ -195,7 +195,12 @@ typedef struct tMMS_Mended {
  * is out; pData is null when the anatomy holds no message. */
 tMMS_Mended* fnMMS_Mend(const tMMS_Anatomy* anatomy);
 
-/** Frees what fnMMS_Mend gave; null is ignored. */
+/** As fnMMS_Mend, and gives back the memory that only explaining and mending need: it may be half
+ * of an anatomy. Whatever this returns, pNodes is null and iNodes 0 from then on, no iNode means
+ * anything, and mending again gives null; all else stays. */
+tMMS_Mended* fnMMS_MendOnce(tMMS_Anatomy* anatomy);
+
+/** Frees what mending gave; null is ignored. */
 void fnMMS_FreeMended(tMMS_Mended* mended);
 
 #ifdef __cplusplus

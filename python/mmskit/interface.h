@@ -62,7 +62,7 @@ typedef struct {
 } tMMS_Mended;
 tMMS_Anatomy* fnMMS_Dissect(const uint8_t* data, uint32_t len);
 void fnMMS_FreeAnatomy(tMMS_Anatomy* anatomy);
-tMMS_Mended* fnMMS_Mend(const tMMS_Anatomy* anatomy);
+tMMS_Mended* fnMMS_MendOnce(tMMS_Anatomy* anatomy);
 void fnMMS_FreeMended(tMMS_Mended* mended);
 typedef struct {
     int32_t Left, Top, Width, Height;

@@ -73,7 +73,7 @@ def read(message: bytes | bytearray | memoryview) -> Message:
         if taken.iMessage == NO_MESSAGE:
             looks = text(taken.pLooksLike)
             raise NotAMessage("no message" + (f", but {looks}" if looks else ""))
-        with owned(tolerant.fnMMS_Mend(taken), tolerant.fnMMS_FreeMended) as mended:
+        with owned(tolerant.fnMMS_MendOnce(taken), tolerant.fnMMS_FreeMended) as mended:
             return _message(taken, mended)
 
 

@@ -233,6 +233,28 @@ TEST(Mend, original_names_and_places_of_the_parts_are_told) {
     EXPECT_EQ(static_cast<uint8_t>(m.body()[0]), 0x84);
 }
 
+std::string names(std::span<const tMMS_MendedPart> parts) {
+    std::string out;
+    for (const tMMS_MendedPart& p : parts)
+        out += testing_support::text(p.pName) + "=" + testing_support::text(p.pOriginal) + " ";
+    return out;
+}
+
+TEST(Mend, once_gives_the_same_and_keeps_the_message) {
+    const Mending m(retrieved("", shown(slide("2.jpg") + slide("1.jpg"), {one, two})));
+    const OwnedAnatomy anatomy = dissected(m.input);
+    const OwnedMended once(fnMMS_MendOnce(anatomy.get()));
+    EXPECT_EQ(fnMMS_MendOnce(anatomy.get()), nullptr);
+    EXPECT_EQ(fnMMS_Mend(anatomy.get()), nullptr);
+    ASSERT_NE(once, nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(once->pData), once->iLength), m.bytes());
+    EXPECT_EQ(names({once->pParts, once->iParts}), names({m.mended->pParts, m.mended->iParts}));
+    EXPECT_EQ(anatomy->iNodes, 0U);
+    ASSERT_EQ(anatomy->iParts, 3U);
+    EXPECT_STREQ(anatomy->pParts[1].pName, "1.jpg");
+    EXPECT_EQ(std::string_view(reinterpret_cast<const char*>(anatomy->pParts[1].pData), 3), "ONE");
+}
+
 std::string encoded(uint8_t charset, const std::string& value) {
     return sized(std::string(1, static_cast<char>(charset)) + value + nul);
 }
@@ -315,6 +337,7 @@ TEST(Mend, what_is_no_message_has_no_bytes) {
     const Mending m("It was a bright cold day in April, and the clocks were striking thirteen.\n");
     EXPECT_EQ(m.mended->pData, nullptr);
     EXPECT_EQ(fnMMS_Mend(nullptr), nullptr);
+    EXPECT_EQ(fnMMS_MendOnce(nullptr), nullptr);
     fnMMS_FreeMended(nullptr);
 }
 

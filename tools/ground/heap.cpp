@@ -15,7 +15,7 @@ namespace mmskit_tool {
 
 void prepare_heap() {
 #if defined(__GLIBC__) && defined(MADV_HUGEPAGE)
-    constexpr int room = 32 << 20;  // bytes; untouched ones are not memory
+    constexpr int room = 16 << 20;  // bytes; the last large page touched is memory as a whole
     constexpr std::ptrdiff_t small = 1 << 20;
     constexpr int usual_pad = 128 << 10;
     constexpr std::size_t first_block = 256 << 10;  // more than what is left of the heap

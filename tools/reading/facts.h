@@ -66,12 +66,12 @@ enum class MediaKind { image, audio, video };
 const char* media_kind_name(MediaKind kind);
 
 struct MediaFact {
-    MediaKind kind = MediaKind::image;
     const char* type = nullptr;
     const char* name = nullptr;
     std::span<const uint8_t> data;
     Timing timing;
     Place place;
+    MediaKind kind = MediaKind::image;
     int32_t drm_class = 0;  // 0: not protected
     std::size_t part = no_part;
 };

@@ -100,7 +100,7 @@ void OpenMessage::open_outline() {
 
 void OpenMessage::open_tolerant() {
     open_outline();
-    mended_.reset(fnMMS_Mend(anatomy_.get()));
+    mended_.reset(fnMMS_MendOnce(anatomy_.get()));
     if (mended_ == nullptr) throw std::bad_alloc();
     for (uint32_t i = 0; i < anatomy_->iLayers; ++i) {
         const tMMS_Layer& layer = anatomy_->pLayers[i];

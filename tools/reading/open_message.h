@@ -19,7 +19,7 @@ namespace mmskit_tool {
 // in anatomy(), where the parts stand; nothing is mended or laid out.
 enum class Reading { tolerant, exact, outline };
 
-using AnatomyOwner = std::shared_ptr<const tMMS_Anatomy>;
+using AnatomyOwner = std::shared_ptr<tMMS_Anatomy>;
 
 // Of the bytes, which are borrowed.
 AnatomyOwner dissect(std::span<const uint8_t> bytes);
