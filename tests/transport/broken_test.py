@@ -35,6 +35,8 @@ class Broken(unittest.TestCase):
 
     def each_call(self, attempt):
         """`attempt` takes the number of a call and the error, and tells whether it was reached."""
+        if b"__gcov_init" in pathlib.Path(TRANSPORT).read_bytes():
+            self.skipTest("counting what ran makes thousands of calls")
         for error in (0, errno.ENOSPC):
             with ThreadPoolExecutor(WORKERS) as pool:
                 for first in range(1, MOST_CALLS, 16):
