@@ -230,7 +230,11 @@ Text to_utf8(Bytes bytes, uint32_t declared, std::string_view name) {
         text.as_declared = false;
         guess(bytes, text);
     }
-    if (text.utf8.starts_with(utf8_mark)) text.utf8.erase(0, utf8_mark.size());
+    // All marks: what is written without them begins with none when it is read again.
+    std::size_t marks = 0;
+    while (text.utf8.compare(marks, utf8_mark.size(), utf8_mark) == 0)
+        marks += utf8_mark.size();
+    text.utf8.erase(0, marks);
     return text;
 }
 
