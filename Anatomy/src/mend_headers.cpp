@@ -70,11 +70,18 @@ bool has_value(const Header& header, Reads reads) {
     }
 }
 
-// A text that stands without a quote cannot begin like a length or with a quote.
+// A text that stands without a quote cannot begin like a length or with a quote, and what begins
+// with a byte order mark is read again without it.
 std::string_view without_lead(std::string_view text) {
-    while (!text.empty() && (static_cast<unsigned char>(text[0]) < ' ' || text[0] == 0x7F))
-        text.remove_prefix(1);
-    return text;
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    for (;;) {
+        if (text.starts_with(mark))
+            text.remove_prefix(mark.size());
+        else if (!text.empty() && (static_cast<unsigned char>(text[0]) < ' ' || text[0] == 0x7F))
+            text.remove_prefix(1);
+        else
+            return text;
+    }
 }
 
 void want(ExactValues& values, const Header& header, const ExactField& to) {
