@@ -222,6 +222,11 @@ TEST(DissectBody, each_form_of_a_part_is_read) {
 const std::string a_text = part(bytes("83 8E 'a' 00"), "first");
 const std::string b_text = part(bytes("83 8E 'b' 00"), "second");
 const std::string gif = bytes("'GIF89a' 01 00 01 00 00 00 00 3B");
+// With an image that has a table of colours, and with a scan that has a stuffed octet and a
+// restart.
+const std::string gif_of_colours = bytes(
+    "'GIF89a' 01 00 01 00 00 00 00 2C 00 00 00 00 01 00 01 00 80 000000 3B3B3B 02 02 4C 01 00 3B");
+const std::string jpeg = bytes("FF D8 FF E0 00 04 FF D9 FF DA 00 02 01 FF 00 D9 FF D0 02 FF FF D9");
 
 TEST(DissectBody, what_is_there_decides) {
     const std::string gif_headers = bytes("9D 8E 'x.gif' 00");
@@ -244,6 +249,11 @@ TEST(DissectBody, what_is_there_decides) {
          "x.gif: 14 of 17 bytes", true},
         {"data_too_short", multipart("A3", 2, part(gif_headers, gif, gif.size() - 3) + a_text), 2,
          repaired, "x.gif: 14 bytes", true},
+        {"data_too_short_with_colours",
+         multipart("A3", 2, part(gif_headers, gif_of_colours, 30) + a_text), 2, repaired,
+         "x.gif: 35 bytes", true},
+        {"data_too_short_with_a_scan", multipart("A3", 2, part(gif_headers, jpeg, 12) + a_text), 2,
+         repaired, "x.gif: 22 bytes", true},
         {"nested", multipart("A3", 1, part(bytes("A3"), '\x02' + a_text + b_text)), 2, none, "",
          false},
         {"no_count", bytes("84 A3"), 0, lost, "the body is missing", false},

@@ -198,6 +198,7 @@ TEST_F(PushXml, declarations_characters_and_references) {
          "href=<&none;&é text=t 166"},
         {"<si><indication>t<?é· y?></indication></si>", "166"},
         {"<si><?xml-x <!-- ?><indication>t</indication></si>", "text=t 166"},
+        {"<si><?x a <b & c?><indication>t</indication></si>", "text=t 166"},
         {"<si><? x?><indication>t</indication></si>", "null"},
         {"<si\xC2\x85><indication>t</indication></si>", "null"},
         {"<?xml?><?xml version='1.1'?><si\xC2\x85><indication>t</indication></si>\r", "text=t 166"},

@@ -117,6 +117,27 @@ TEST_F(ReadCommands, texts_of_attachments_and_of_the_presentation_are_shown) {
               "<smil><head></head><body>\n\\x09<par/></body></smil>\n");
 }
 
+TEST_F(ReadCommands, protected_media_are_told) {
+    const std::string zero(1, '\0');
+    write("d.mms", bytes("84 A3 03") +
+                       part("application/smil" + zero,
+                            "<smil><head></head><body><par><img src='a.dm'/></par>"
+                            "<par><img src='b.jpg'/></par></body></smil>") +
+                       part("application/vnd.oma.drm.message" + zero + "\x8E" + "a.dm" + zero,
+                            "--b\r\nContent-Type: image/gif\r\n\r\nGIF89a\r\n--b--") +
+                       part("\x9E\x8E" + ("b.jpg" + zero), "SEA"));
+    const json slides = shown("d.mms")["slides"];
+    ASSERT_EQ(slides.size(), 2U);
+    EXPECT_EQ(slides[0]["image"]["drm_class"], 1);
+    EXPECT_FALSE(slides[1]["image"].contains("drm_class"));
+    const std::string out = run("show d.mms").out;
+    const std::string told = "  DRM class 1\n";
+    EXPECT_EQ(out.find(told), out.rfind(told)) << out;
+    EXPECT_NE(out.find(told), std::string::npos) << out;
+    EXPECT_EQ(run("forward d.mms --to a@b -o f.mms").err,
+              "mmskit: warning: slide 1: image is protected; forwarding it may not be allowed\n");
+}
+
 TEST_F(ReadCommands, explain_tells_every_byte) {
     const json nodes = json::parse(run("explain --json " + postcard).out);
     EXPECT_EQ(nodes[0], json::parse(R"({"offset": 0, "length": 2, "depth": 0, "layer": 0,
