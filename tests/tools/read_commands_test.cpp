@@ -259,6 +259,18 @@ TEST_F(ReadCommands, what_is_decomposed_composes_to_the_same_slides) {
     }
 }
 
+// A list of a megabyte holds hundreds of thousands.
+TEST_F(ReadCommands, recipients_that_cannot_be_sent_to_are_told_up_to_a_hundred) {
+    std::string list = "ann@example.com;x0";
+    for (int i = 0; i < 103; ++i)
+        list += ";x" + std::to_string(i);
+    write("m.mms", bytes("8C 84 98 'T' 00 8D 90 97 '" + list + "' 00 89 01 81 84 83 'text'"));
+    const Outcome taken = run("decompose m.mms -o d");
+    EXPECT_EQ(std::count(taken.err.begin(), taken.err.end(), '\n'), 101) << taken.err;
+    EXPECT_TRUE(taken.err.ends_with("mmskit: warning: to: 3 more are left out\n")) << taken.err;
+    EXPECT_EQ(json::parse(read("d/message.json"))["to"], json({"ann@example.com"}));
+}
+
 TEST_F(ReadCommands, answers_are_made_from_what_they_answer) {
     write("n.mms", notification);
     const std::pair<std::string, const char*> cases[] = {

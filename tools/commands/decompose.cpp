@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 
 #include "commands/commands.h"
 #include "ground/file_io.h"
@@ -65,19 +66,35 @@ class Decomposition {
         if (!subject_fits(subject)) json_.key("cut_subject").boolean(true);
     }
 
+    static void tell_refused(const char* key, const std::string& address) {
+        try {
+            (void)parse_recipient(address);
+        } catch (const Failure& failure) {
+            warn(std::string(key) + ": \"" + address + "\" is left out: " + failure.what());
+        }
+    }
+
     void put_recipients(const char* key) {
         const std::string list = header_string(facts_, key);
+        constexpr std::size_t most_told = 100;
         std::vector<std::string> taken;
+        std::set<std::string> refused;  // that were told
+        std::size_t more_refused = 0;
         for (std::string_view rest = list; !rest.empty();) {
             const std::size_t end = std::min(rest.find(';'), rest.size());
             const std::string address(bare_address(rest.substr(0, end)));
             rest.remove_prefix(std::min(end + 1, rest.size()));
-            try {
-                taken.push_back(parse_recipient(address));
-            } catch (const Failure& failure) {
-                warn(std::string(key) + ": \"" + address + "\" is left out: " + failure.what());
-            }
+            if (is_recipient(address))
+                taken.push_back(address);
+            else if (refused.contains(address))
+                continue;
+            else if (refused.size() == most_told)
+                ++more_refused;
+            else
+                tell_refused(key, *refused.insert(address).first);
         }
+        if (more_refused != 0)
+            warn(std::string(key) + ": " + std::to_string(more_refused) + " more are left out");
         if (taken.empty()) return;
         json_.key(key).array();
         for (const std::string& address : taken)

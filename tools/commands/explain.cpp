@@ -42,7 +42,8 @@ std::optional<Flaw> exact_refusal(const AnatomyOwner& anatomy) {
         return std::nullopt;
     const uint8_t* begin = anatomy->pLayers[anatomy->iMessageLayer].pData + anatomy->iMessageOffset;
     try {
-        const OpenMessage exact({begin, begin + anatomy->iMessageLength}, Reading::exact, anatomy);
+        const OpenMessage exact({begin, begin + anatomy->iMessageLength}, Reading::verdict,
+                                anatomy);
         return exact.facts().body_flaw;
     } catch (const Flaw& flaw) {
         if (!flaw.offset) return std::nullopt;

@@ -215,7 +215,7 @@ void OpenMessage::open_exact_pdu() {
         if (record_ == nullptr) throw last_flaw(0);
         collect(*record_, retrieved, *anatomy_, facts_);
         const std::size_t length = record_->pBody != nullptr ? record_->iBodyLen : 0;
-        bytes_ = {};  // the record has the body
+        std::vector<uint8_t>().swap(bytes_);  // the record has the body
         if (length != 0 && !lay_out_exact({record_->pBody, length}))
             facts_.body_flaw = last_flaw(facts_.size - length);
         return;

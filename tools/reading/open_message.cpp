@@ -77,14 +77,14 @@ void OpenMessage::RecordRelease::operator()(tMMS_RetrieveConf* record) const {
 }
 
 OpenMessage::OpenMessage(std::vector<uint8_t> bytes, Reading reading, AnatomyOwner anatomy)
-    : bytes_(std::move(bytes)), anatomy_(std::move(anatomy)) {
+    : bytes_(std::move(bytes)), anatomy_(std::move(anatomy)), reading_(reading) {
     facts_.size = bytes_.size();
     if (bytes_.empty()) throw Flaw{"the file is empty", std::nullopt};
     if (anatomy_ == nullptr) anatomy_ = dissect(bytes_);
     if (reading == Reading::outline)
         open_outline();
     else
-        reading == Reading::exact ? open_exact() : open_tolerant();
+        reading == Reading::tolerant ? open_tolerant() : open_exact();
     bound_repeated_names(facts_);
 }
 
@@ -145,7 +145,7 @@ bool OpenMessage::lay_out(std::span<const uint8_t> body) {
     body_ = body;
     const int32_t built = fnPAR_SmilParserEntry(body.data(), static_cast<int32_t>(body.size()));
     view_.reset(&tSMIL_ViewStruct);
-    if (built != 0) collect_view(facts_);
+    if (built != 0 && reading_ != Reading::verdict) collect_view(facts_);
     return built != 0;
 }
 

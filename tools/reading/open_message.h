@@ -16,8 +16,9 @@
 namespace mmskit_tool {
 
 // `exact`: what the exact decoders alone make of the bytes. `outline`: the kind, the headers and,
-// in anatomy(), where the parts stand; nothing is mended or laid out.
-enum class Reading { tolerant, exact, outline };
+// in anatomy(), where the parts stand; nothing is mended or laid out. `verdict`: of an exact
+// reading, only what went wrong.
+enum class Reading { tolerant, exact, outline, verdict };
 
 using AnatomyOwner = std::shared_ptr<tMMS_Anatomy>;
 
@@ -72,6 +73,7 @@ class OpenMessage {
     std::unique_ptr<tMMS_RetrieveConf, RecordRelease> record_;
     std::unique_ptr<const tSMIL_View, ViewRelease> view_;
     std::span<const uint8_t> body_;
+    const Reading reading_;
     std::string kind_;  // of an exact reading
     MessageFacts facts_;
 };

@@ -222,20 +222,35 @@ std::size_t parse_choice(std::string_view word, std::initializer_list<std::strin
     expected(word, "one of " + all);
 }
 
-std::string parse_address(std::string_view word) {
-    // An entry of 60 characters already ends the recipient list that it stands in.
-    constexpr std::size_t longest = 59;
+namespace {
+
+// An entry of 60 characters already ends the recipient list that it stands in.
+constexpr std::size_t longest_address = 59;
+
+// What the word is not; null for an address, or one that is only too long.
+const char* missed_by_address(std::string_view word) {
     if (word.empty() || !is_utf8(word) || std::any_of(word.begin(), word.end(), is_control) ||
-        word.find_first_of(" ;") != std::string_view::npos) {
-        expected(word, "an address: a phone number or name@host, without blanks and \";\"");
-    }
+        word.find_first_of(" ;") != std::string_view::npos)
+        return "an address: a phone number or name@host, without blanks and \";\"";
     if (word.find(',') != std::string_view::npos)
-        expected(word, "one address: each of several is given on its own");
-    if (word.size() > longest) throw Failure("the address is longer than 59 bytes");
+        return "one address: each of several is given on its own";
+    if (word.size() > longest_address) return nullptr;
     // The type of a phone number is added on the wire.
-    if (word.find("/TYPE=") != std::string_view::npos)
-        expected(word, "an address: leave \"/TYPE=...\" out");
+    if (word.find("/TYPE=") != std::string_view::npos) return "an address: leave \"/TYPE=...\" out";
+    return nullptr;
+}
+
+}  // namespace
+
+std::string parse_address(std::string_view word) {
+    if (const char* const missed = missed_by_address(word)) expected(word, missed);
+    if (word.size() > longest_address) throw Failure("the address is longer than 59 bytes");
     return std::string(word);
+}
+
+bool is_recipient(std::string_view word) {
+    return missed_by_address(word) == nullptr && word.size() <= longest_address &&
+           (is_phone_number(word) || is_mail_address(word));
 }
 
 std::string parse_recipient(std::string_view word) {

@@ -40,6 +40,7 @@ std::string parse_address(std::string_view word);
 
 // One that a message can be sent to: a phone number or name@host.
 std::string parse_recipient(std::string_view word);
+bool is_recipient(std::string_view word);
 
 // The address of "Zoe <zoe@mail.example>"; the word itself when it has no brackets.
 std::string_view bare_address(std::string_view word);
