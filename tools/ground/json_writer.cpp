@@ -54,8 +54,9 @@ void JsonWriter::begin_value() {
 
 // On one line it is the room behind a comma.
 void JsonWriter::begin_line() {
+    constexpr std::string_view line = "\n                                        ";  // no deeper
     if (target_ != JsonTarget::one_line_output)
-        out_.append(1, '\n').append(2 * levels_.size(), ' ');
+        out_ += line.substr(0, 1 + 2 * levels_.size());
     else if (out_.ends_with(','))
         out_ += ' ';
 }

@@ -41,38 +41,38 @@ Scalar scalar_at(std::string_view text, std::size_t at) {
     return {value, text.substr(at, length), true};
 }
 
-// What stands for itself everywhere: printable ASCII that no string escapes.
-constexpr auto plain_bytes = [] {
-    std::array<bool, 256> plain{};
+// Printable ASCII but for some.
+using ByteSet = std::array<bool, 256>;
+constexpr ByteSet printable_without(std::string_view some) {
+    ByteSet set{};
     for (std::size_t byte = ' '; byte < 0x7F; ++byte)
-        plain[byte] = byte != '"' && byte != '\\';
-    return plain;
-}();
+        set[byte] = true;
+    for (const char c : some)
+        set[static_cast<unsigned char>(c)] = false;
+    return set;
+}
+
+// What stands for itself everywhere, since no string escapes it; and in each place of a file's
+// name.
+constexpr ByteSet plain_bytes = printable_without("\"\\");
+constexpr ByteSet plain_in_names = printable_without(".:*?\"<>|");
 
 // Plain bytes from the start of the text.
-std::size_t plain_size(std::string_view text) {
+std::size_t plain_size(std::string_view text, const ByteSet& plain = plain_bytes) {
     std::size_t size = 0;
-    while (size < text.size() && plain_bytes[static_cast<unsigned char>(text[size])])
+    while (size < text.size() && plain[static_cast<unsigned char>(text[size])])
         ++size;
     return size;
 }
 
-template <typename Each>
-void for_each_scalar(std::string_view text, Each each) {
-    for (std::size_t at = 0; at < text.size();) {
-        const Scalar scalar = scalar_at(text, at);
-        each(scalar);
-        at += scalar.bytes.size();
-    }
-}
-
 // Plain bytes as they stand; of all else `append` makes something.
 template <typename Append>
-void append_scalars(std::string& out, std::string_view text, Append append) {
+void append_scalars(std::string& out, std::string_view text, Append append,
+                    const ByteSet& plain = plain_bytes) {
     for (;;) {
-        const std::size_t plain = plain_size(text);
-        out += text.substr(0, plain);
-        text.remove_prefix(plain);
+        const std::size_t size = plain_size(text, plain);
+        out += text.substr(0, size);
+        text.remove_prefix(size);
         if (text.empty()) return;
         const Scalar scalar = scalar_at(text, 0);
         append(scalar);
@@ -232,7 +232,8 @@ std::string safe_file_name(std::string_view raw) {
     if (separator != std::string_view::npos) raw.remove_prefix(separator + 1);
 
     std::string name;
-    for_each_scalar(raw, [&](const Scalar& scalar) { append_name_scalar(name, scalar); });
+    append_scalars(
+        name, raw, [&](const Scalar& scalar) { append_name_scalar(name, scalar); }, plain_in_names);
     name.erase(0, name.find_first_not_of(".- "));
     strip_end(name);
     const NumberedName parts = split_name(name, max_file_name);
