@@ -12,6 +12,8 @@ using namespace mmskit_anatomy;
 
 namespace {
 
+constexpr uint8_t type_retrieved = 0x84;  // m-retrieve-conf
+
 struct Mended : tMMS_Mended {
     Arena texts;
     std::string bytes;
@@ -59,7 +61,7 @@ class Mender {
                 bytes.assign(message_.begin(),
                              message_.begin() + static_cast<std::ptrdiff_t>(body_at_));
             else
-                bytes = write_headers(*exact_syntax(tree_.iMessageType), tree_, notes_);
+                bytes = write_headers(syntax_of_headers(), tree_, notes_);
             const std::size_t body_at = bytes.size();
             if (body.same && has_body)
                 bytes.append(message_.begin() + static_cast<std::ptrdiff_t>(body_at_),
@@ -97,10 +99,16 @@ class Mender {
                read.values == wanted_headers(*syntax, tree_);
     }
 
+    // Of a type that no decoder reads those headers are kept that a retrieved message may have.
+    [[nodiscard]] const ExactSyntax& syntax_of_headers() const {
+        const ExactSyntax* const syntax = exact_syntax(tree_.iMessageType);
+        return syntax != nullptr ? *syntax : *exact_syntax(type_retrieved);
+    }
+
     // Where an inexact value ends is told by what follows it: before another body it could end
-    // elsewhere.
+    // elsewhere. Headers without a type stay: others might not be known for headers.
     [[nodiscard]] bool ends_are_sure() const {
-        if (exact_syntax(tree_.iMessageType) == nullptr) return true;
+        if (tree_.iMessageType == 0) return true;
         for (std::size_t i = 0; i < tree_.header_list.size(); ++i) {
             const HeaderDetail& header = tree_.header_details[i];
             if (tree_.header_list[i].iCode == code_content_type) continue;
