@@ -1,6 +1,7 @@
 // The tolerant side. Oracle of taking apart: every byte belongs to a leaf, every text is UTF-8,
 // every index and limit holds. Of mending: what is mended is taken by the exact decoders, its
 // slides can be walked, and mending it again changes nothing.
+#include "Anatomy/src/mms_fields.h"
 #include "fuzz/harness.h"
 #include "tests/Anatomy/taken.h"
 #include "tests/Anatomy/tree_checks.h"
@@ -42,8 +43,11 @@ void run_mend(fuzz::Bytes input) {
     const Anatomy again(fnMMS_Dissect(bytes.data.get(), mended->iLength));
     const Mended same(fnMMS_MendOnce(again.get()));
     if (same == nullptr) return hold(false, "no result again");
-    // A push document out of its push is not always known for one, nor are headers without a type.
-    const bool typed = mended->iLength != 0 && mended->pData[0] == 0x8C;
+    // A push document out of its push is not always known for one, nor are headers without a type
+    // that has a name.
+    const bool typed = mended->iLength > 1 &&
+                       mended->pData[0] == mmskit_anatomy::code_message_type &&
+                       !mmskit_anatomy::message_type_name(mended->pData[1]).empty();
     const bool message =
         (anatomy->iMessage == MMS_MESSAGE_PDU && typed) || anatomy->iMessage == MMS_MESSAGE_BODY;
     hold(!message ||

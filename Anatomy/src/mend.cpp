@@ -7,6 +7,7 @@
 #include <new>
 
 #include "Anatomy/src/converters.h"
+#include "Anatomy/src/mms_fields.h"
 
 using namespace mmskit_anatomy;
 
@@ -106,9 +107,9 @@ class Mender {
     }
 
     // Where an inexact value ends is told by what follows it: before another body it could end
-    // elsewhere. Headers without a type stay: others might not be known for headers.
+    // elsewhere. Headers of an unknown type stay: others might not be known for headers.
     [[nodiscard]] bool ends_are_sure() const {
-        if (tree_.iMessageType == 0) return true;
+        if (message_type_name(static_cast<uint8_t>(tree_.iMessageType)).empty()) return true;
         for (std::size_t i = 0; i < tree_.header_list.size(); ++i) {
             const HeaderDetail& header = tree_.header_details[i];
             if (tree_.header_list[i].iCode == code_content_type) continue;
