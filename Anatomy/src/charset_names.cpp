@@ -51,7 +51,7 @@ constexpr CharsetRow rows[] = {
     {114, "gb18030", "gb-18030 gb_18030", "GB18030"},
     {1000, "ucs-2", "ucs2 iso-10646-ucs-2 csunicode", ""},
     {1001, "ucs-4", "ucs4 iso-10646-ucs-4 csucs4", ""},
-    {1005, "iso-10646-ucs-basic", "", ""},
+    {1002, "iso-10646-ucs-basic", "", ""},
     {1010, "unicode-1-1", "", ""},
     {1011, "scsu", "", ""},
     {1012, "utf-7", "unicode-1-1-utf-7 utf7", "UTF-7"},

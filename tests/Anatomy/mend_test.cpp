@@ -302,6 +302,37 @@ TEST(Mend, headers_of_a_retrieved_message) {
     }
 }
 
+// With each field that the decoder of the type takes, and in a form that it reads rightly.
+TEST(Mend, headers_that_are_right_stay) {
+    const std::string expiry = "\x88" + sized(bytes("81 03 03F480"));
+    const std::string location = "\x83" + text("http://x"), subject = "\x96" + encoded(0xEA, "Hi");
+    const std::string number = "\x98" + text("T1"), id = "\x8B" + text("m1");
+    const std::string to_one = "\x97" + text("+1/TYPE=PLMN"), version = "\x8D\x92";
+    const struct {
+        const char* name;
+        std::string right, wrong;  // headers, and what is left out of them
+    } cases[] = {
+        {"send-conf", "\x81" + number + version + "\x92\x80" + id + "\x93" + text("Good"),
+         "\x85\x01\x05"},
+        {"notification",
+         "\x82" + number + version + from + subject + "\x8A\x80" + "\x8E\x02\x10\x01" + "\x8F\x81" +
+             "\x86\x80" + expiry + location,
+         text("X-Foo") + text("bar")},
+        {"delivery", "\x86" + version + id + to_one + date + "\x95\x81", from},
+        {"read-orig", "\x88" + version + id + to_one + from + date + "\x9B\x80", expiry},
+        {"forward-conf", "\x8A" + number + version + "\x92\x80" + id + "\x93" + text("Good"), date},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Mending right("\x8C" + c.right);
+        EXPECT_EQ(right.mended->bChanged, 0U) << hex(right.bytes());
+        const std::size_t end = c.right.find(version) + version.size();
+        const Mending wrong("\x8C" + c.right.substr(0, end) + c.wrong + c.right.substr(end));
+        EXPECT_EQ(hex(wrong.bytes()), hex("\x8C" + c.right));
+        expect_stable(wrong);
+    }
+}
+
 // Its length stands before the text, and an octet of zero in it would end the value.
 TEST(Mend, a_subject_of_any_length_is_read_back_whole) {
     for (const size_t size : {1U,  27U,  28U,  29U,  30U,  31U,  60U,  61U,   62U,   63U,

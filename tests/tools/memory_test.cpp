@@ -39,6 +39,7 @@ class Memory : public ToolRunner {
                 EXPECT_TRUE(outcome.code == 0 || outcome.code == 1 || outcome.code == 3)
                     << outcome.code;
                 EXPECT_EQ(lines, outcome.code == 1 ? 1 : 0) << outcome.err;
+                EXPECT_TRUE(outcome.err.empty() || outcome.err.back() == '\n') << outcome.err;
                 EXPECT_TRUE(fs::is_empty(folder_ / "tmp")) << "a temporary is left";
             }
         }

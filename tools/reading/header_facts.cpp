@@ -1,7 +1,6 @@
 #include "reading/header_facts.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <span>
 #include <utility>
@@ -13,24 +12,21 @@ constexpr uint32_t from_code = 0x89;
 
 // A person's headers, first to last; the rest follows in the order of the message. From, To, Cc,
 // Bcc, Subject, Date, Message-ID.
-constexpr std::array<uint32_t, 7> leading{from_code, 0x97, 0x82, 0x81, 0x96, 0x85, 0x8B};
+constexpr uint32_t leading[] = {from_code, 0x97, 0x82, 0x81, 0x96, 0x85, 0x8B};
+constexpr uint32_t recipients[] = {0x97, 0x82, 0x81};
 // OMA-TS-MMS_ENC 6: those that may come several times.
-constexpr std::array<std::string_view, 4> repeating{"mm_flags", "previously_sent_by",
-                                                    "previously_sent_date", "attributes"};
-constexpr std::array<std::string_view, 2> byte_counts{"message_size", "reply_charging_size"};
+constexpr std::string_view repeating[] = {"mm_flags", "previously_sent_by", "previously_sent_date",
+                                          "attributes"};
+constexpr std::string_view byte_counts[] = {"message_size", "reply_charging_size"};
 
-template <std::size_t count>
-bool is_one_of(const std::array<std::string_view, count>& list, std::string_view key) {
-    return std::find(list.begin(), list.end(), key) != list.end();
+template <typename Item, std::size_t count, typename Wanted>
+bool is_one_of(const Item (&list)[count], const Wanted& wanted) {
+    return std::find(std::begin(list), std::end(list), wanted) != std::end(list);
 }
 
 std::size_t rank(const tMMS_HeaderField& field) {
-    return static_cast<std::size_t>(
-        std::distance(leading.begin(), std::find(leading.begin(), leading.end(), field.iCode)));
-}
-
-bool is_recipient(uint32_t code) {
-    return std::find(leading.begin() + 1, leading.begin() + 4, code) != leading.begin() + 4;
+    const auto* const found = std::find(std::begin(leading), std::end(leading), field.iCode);
+    return static_cast<std::size_t>(std::distance(std::begin(leading), found));
 }
 
 }  // namespace
@@ -76,14 +72,15 @@ std::vector<HeaderFact> header_facts(const tMMS_Anatomy& anatomy) {
     facts.reserve(anatomy.iHeaders);  // so that a list stays where it is
     std::string* list = nullptr;      // the recipients of one kind
     uint32_t list_code = 0;
-    for (std::size_t place = 0; place <= leading.size(); ++place) {
+    for (std::size_t place = 0; place <= std::size(leading); ++place) {
         for (const tMMS_HeaderField& field : std::span(anatomy.pHeaders, anatomy.iHeaders)) {
             if (rank(field) != place) continue;
             // The relay is to insert the sender: there is none yet.
             if (field.iForm == MMS_VALUE_TOKEN && field.iCode == from_code) continue;
             HeaderFact fact = header_fact(field);
-            auto* const address =
-                is_recipient(field.iCode) ? std::get_if<std::string>(&fact.value) : nullptr;
+            auto* const address = is_one_of(recipients, field.iCode)
+                                      ? std::get_if<std::string>(&fact.value)
+                                      : nullptr;
             if (address != nullptr && list_code == field.iCode) {
                 (*list += ';') += *address;
                 continue;
