@@ -74,7 +74,7 @@ constexpr CharsetRow rows[] = {
     {2028, "ibm037", "cp037", "CP037"},
     {2030, "ibm273", "cp273", "IBM273"},
     {2043, "ibm424", "cp424", "CP424"},
-    {2045, "ibm855", "cp855 855", "CP855"},
+    {2046, "ibm855", "cp855 855", "CP855"},
     {2047, "ibm857", "cp857 857", "CP857"},
     {2048, "ibm860", "cp860 860", "CP860"},
     {2049, "ibm861", "cp861 861", "CP861"},
@@ -91,7 +91,7 @@ constexpr CharsetRow rows[] = {
     {2088, "koi8-u", "koi8u", "KOI8-U KOI8-RU"},
     {2089, "ibm00858", "cp858 cp00858 ccsid00858", "CP858"},
     {2101, "big5-hkscs", "big5hkscs", "BIG5-HKSCS"},
-    {2104, "koi7-switched", "", ""},
+    {2105, "koi7-switched", "", ""},
     {2107, "tscii", "", "TSCII"},
     {2109, "windows-874", "cp874 x-windows-874", "CP874"},
     {2250, "windows-1250", "cp1250 x-cp1250", "CP1250"},
@@ -107,6 +107,11 @@ constexpr CharsetRow rows[] = {
     {2260, "cp50220", "", "ISO-2022-JP"},
 };
 // clang-format on
+
+static_assert(std::adjacent_find(std::begin(rows), std::end(rows),
+                                 [](const CharsetRow& a, const CharsetRow& b) {
+                                     return a.mib >= b.mib;
+                                 }) == std::end(rows));
 
 // The row of each number, and behind the last row for a number without one.
 constexpr auto row_by_mib = [] {

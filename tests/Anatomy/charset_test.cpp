@@ -106,11 +106,12 @@ TEST(Charset, names_and_numbers_agree) {
     // By the IANA's list.
     for (const auto& [name, mib] :
          {std::pair("us-ascii", 3U), std::pair("iso-8859-10", 13U), std::pair("shift_jis", 17U),
-          std::pair("utf-8", 106U), std::pair("iso-8859-13", 109U), std::pair("gbk", 113U),
-          std::pair("iso-10646-ucs-basic", 1002U), std::pair("unicode-1-1", 1010U),
-          std::pair("utf-7", 1012U), std::pair("utf-16", 1015U), std::pair("gb2312", 2025U),
-          std::pair("big5", 2026U), std::pair("koi8-r", 2084U), std::pair("windows-1258", 2258U),
-          std::pair("tis-620", 2259U)})
+          std::pair("iso-2022-cn", 104U), std::pair("utf-8", 106U), std::pair("iso-8859-13", 109U),
+          std::pair("gbk", 113U), std::pair("iso-10646-ucs-basic", 1002U),
+          std::pair("unicode-1-1", 1010U), std::pair("utf-7", 1012U), std::pair("utf-16", 1015U),
+          std::pair("gb2312", 2025U), std::pair("big5", 2026U), std::pair("ibm855", 2046U),
+          std::pair("koi7-switched", 2105U), std::pair("koi8-r", 2084U),
+          std::pair("windows-1258", 2258U), std::pair("tis-620", 2259U)})
         EXPECT_EQ(charset_number(name), mib) << name;
     EXPECT_EQ(charset_number("no such set"), 0U);
     EXPECT_EQ(charset_number(""), 0U);

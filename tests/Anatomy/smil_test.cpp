@@ -243,7 +243,7 @@ TEST(Smil, every_form_is_read_as_meant_and_written_as_the_exact_reader_reads_it)
 
 TEST(Smil, clock_values) {
     const std::string rows =
-        "5s>5000 5>5000 2.5s>2500 300ms>300 1min>60000 0.5min>30000 1h>3600000 0:05>5000 "
+        ":30>0 5s>5000 5>5000 2.5s>2500 300ms>300 1min>60000 0.5min>30000 1h>3600000 0:05>5000 "
         "02:30>150000 00:00:05.5>5500 1:02:03.250>3723250 10sec>10000 +4s>4000 -4s>-4000 "
         "indefinite>0 media>0 a.end+2s>0 >0 .5s>500 99999999999h>2147483647 "
         "99999999999:99:99>2147483647 ";

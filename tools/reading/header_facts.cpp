@@ -69,26 +69,21 @@ HeaderFact header_fact(const tMMS_HeaderField& field) {
 
 std::vector<HeaderFact> header_facts(const tMMS_Anatomy& anatomy) {
     std::vector<HeaderFact> facts;
-    facts.reserve(anatomy.iHeaders);  // so that a list stays where it is
-    std::string* list = nullptr;      // the recipients of one kind
-    uint32_t list_code = 0;
+    facts.reserve(anatomy.iHeaders);
     for (std::size_t place = 0; place <= std::size(leading); ++place) {
         for (const tMMS_HeaderField& field : std::span(anatomy.pHeaders, anatomy.iHeaders)) {
             if (rank(field) != place) continue;
             // The relay is to insert the sender: there is none yet.
             if (field.iForm == MMS_VALUE_TOKEN && field.iCode == from_code) continue;
             HeaderFact fact = header_fact(field);
-            auto* const address = is_one_of(recipients, field.iCode)
-                                      ? std::get_if<std::string>(&fact.value)
-                                      : nullptr;
-            if (address != nullptr && list_code == field.iCode) {
+            // Recipients of one kind are one list; they follow each other here.
+            const bool more = is_one_of(recipients, field.iCode) && !facts.empty() &&
+                              facts.back().code == field.iCode;
+            auto* const list = more ? std::get_if<std::string>(&facts.back().value) : nullptr;
+            if (const auto* address = std::get_if<std::string>(&fact.value); list && address)
                 (*list += ';') += *address;
-                continue;
-            }
-            facts.push_back(std::move(fact));
-            if (address == nullptr) continue;
-            list = std::get_if<std::string>(&facts.back().value);
-            list_code = field.iCode;
+            else
+                facts.push_back(std::move(fact));
         }
     }
     return facts;
