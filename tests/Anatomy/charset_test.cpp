@@ -156,6 +156,8 @@ const struct {
 } decode_cases[] = {
     {"base64", decode_base64, "aGVsbG8=", "hello", true, 8},
     {"base64_without_padding", decode_base64, "aGVsbG8", "hello", true, 7},
+    {"base64_of_one_octet", decode_base64, "aA==\n", "h", true, 5},
+    {"base64_padding_has_two_signs", decode_base64, "aA===", "h", false, 4},
     {"base64_lines", decode_base64, "aGVs\r\nbG8=\r\n", "hello", true, 12},
     {"base64_stops_at_other_signs", decode_base64, "aGVs!bG8=", "hel", false, 4},
     {"base64_of_six_bits", decode_base64, "aGVsb", "hel", false, 5},
