@@ -285,6 +285,7 @@ TEST(Mend, headers_of_a_retrieved_message) {
     } cases[] = {
         {"plain", header(0x96, encoded(0xEA, "Hi")), people + "|Hi", false},
         {"later_version", "\xBB\x80\xB2\x81" + header(0x96, text("Hi")), people + "|Hi"},
+        {"code_below_all", "\x80\x81" + header(0x96, text("Hi")), people + "|Hi"},
         {"textual", text("X-Foo") + "\x80" + header(0x96, text("Hi")), people + "|Hi"},
         {"subject_in_latin_1", header(0x96, encoded(0x84, "gr\xFC\xDF")), people + "|grüß"},
         {"subject_in_words", header(0x96, text("=?utf-8?B?R3LDvMOfZQ==?=")), people + "|Grüße"},
