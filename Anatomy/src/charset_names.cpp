@@ -118,7 +118,7 @@ constexpr auto row_by_mib = [] {
     std::array<uint8_t, std::end(rows)[-1].mib + 1> all{};
     static_assert(std::size(rows) < UINT8_MAX);
     all.fill(std::size(rows));
-    for (std::size_t i = 0; i < std::size(rows); ++i)
+    for (std::size_t i = 0; i != std::size(rows); ++i)
         all.at(rows[i].mib) = static_cast<uint8_t>(i);
     return all;
 }();

@@ -170,7 +170,7 @@ constexpr bool less_word(string_view a, string_view b) {
 
 constexpr auto fields_by_name = [] {
     std::array<const Field*, std::size(fields)> sorted{};
-    for (std::size_t i = 0; i < sorted.size(); ++i)
+    for (std::size_t i = 0; i != sorted.size(); ++i)
         sorted[i] = &fields[i];
     std::sort(sorted.begin(), sorted.end(),
               [](const Field* a, const Field* b) { return less_word(a->name, b->name); });

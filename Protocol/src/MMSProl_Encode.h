@@ -31,20 +31,18 @@ class WriteRoutine {
     // `write` for the record.
     template <auto write, typename Record>
     static WriteRoutine of(const Record& record) {
-        WriteRoutine routine;
-        routine.write_ = &record;
-        routine.call_ = [](PduWriter& out, const void* it) {
-            write(out, *static_cast<const Record*>(it));
-        };
-        return routine;
+        return {&record, [](PduWriter& out, const void* it) {
+                    write(out, *static_cast<const Record*>(it));
+                }};
     }
     void operator()(PduWriter& out) const { call_(out, write_); }
 
   private:
-    WriteRoutine() = default;
+    using Call = void (*)(PduWriter& out, const void* callable);
+    WriteRoutine(const void* write, Call call) : write_(write), call_(call) {}
 
     const void* write_;
-    void (*call_)(PduWriter& out, const void* callable);
+    Call call_;
 };
 
 // The block, its size at `length`; null, with *length as it was, when memory is out or 32 bits

@@ -165,7 +165,7 @@ constexpr std::string_view markup = "\"'<>&/\\";
 // What no part's name has.
 constexpr auto barred_bytes = [] {
     std::array<bool, 256> barred{};
-    for (std::size_t byte = 0; byte < barred.size(); ++byte)
+    for (std::size_t byte = 0; byte != barred.size(); ++byte)
         barred[byte] = is_control(static_cast<char>(byte));
     for (const char c : markup)
         barred[static_cast<unsigned char>(c)] = true;
