@@ -59,9 +59,10 @@ const struct Kind {
     {"m-read-orig-ind", "8C 88 8B 'm' 00 89 03 80 '2' 00 97 '1' 00 9B 80",
      R"({"from":"2","to":"1","read_status":"read","message_id":"m"})", 3},  // its version
     {"m-forward-req",
-     "8C 89 98 'T' 00 8D 92 89 01 81 97 '1' 00 82 '2' 00 82 '3' 00 83 'http://x' 00",
+     "8C 89 98 'T' 00 8D 92 89 01 81 97 '1' 00 82 '2' 00 82 '3' 00 83 'http://x' 00 A0 05 81 'a@b' "
+     "00",
      R"({"transaction_id":"T","to":"1","cc":"2;3","content_location":"http://x",
-         "mms_version":"1.2"})"},
+         "mms_version":"1.2","previously_sent_by":["a@b"]})"},
     {"m-forward-conf", "8C 8A 98 'T' 00 8D 92 92 99",
      R"({"response_status":"0x99","transaction_id":"T","mms_version":"1.2"})"},
     {"m-mbox-descr", "8C 93 8B 'm' 00 A3 82 A4 02 80 'a' 00 A4 02 80 'b' 00 B3 8A C9 81",

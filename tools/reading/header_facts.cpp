@@ -1,6 +1,7 @@
 #include "reading/header_facts.h"
 
 #include <algorithm>
+#include <cctype>
 #include <iterator>
 #include <span>
 #include <utility>
@@ -34,7 +35,7 @@ std::size_t rank(const tMMS_HeaderField& field) {
 std::string json_key_of(std::string_view name) {
     std::string key;
     for (const char c : name)
-        key += c == '-' ? '_' : c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
+        key += c == '-' ? '_' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     if (std::string_view prefix = "x_mms_"; key.starts_with(prefix)) key.erase(0, prefix.size());
     return key;
 }
