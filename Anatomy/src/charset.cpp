@@ -17,7 +17,6 @@ namespace {
 
 constexpr uint32_t mib_windows_1252 = 2252, mib_shift_jis = 17;
 constexpr std::string_view replacement_utf8 = "\xEF\xBF\xBD";
-constexpr std::string_view utf8_mark = "\xEF\xBB\xBF";
 
 // Windows-1252 from 0x80 to 0x9F; the five octets without a character stay controls.
 constexpr std::array<uint16_t, 32> windows_1252{

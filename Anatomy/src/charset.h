@@ -15,6 +15,7 @@ inline constexpr uint32_t mib_us_ascii = 3, mib_iso_8859_1 = 4, mib_utf_8 = 106,
                           mib_utf_16be = 1013, mib_utf_16le = 1014, mib_utf_16 = 1015;
 
 inline constexpr std::string_view utf8_name = "utf-8";
+inline constexpr std::string_view utf8_mark = "\xEF\xBB\xBF";  // of the byte order
 
 // A character of UTF-16, UCS-2, UTF-32 or UCS-4 has two octets or four, among them NUL.
 constexpr bool is_wide(uint32_t mib) {

@@ -8,6 +8,7 @@
 #include <cctype>
 #include <string>
 
+#include "Anatomy/src/charset.h"
 #include "Anatomy/src/cursor.h"
 #include "Anatomy/src/decode.h"
 #include "Anatomy/src/letters.h"
@@ -23,7 +24,7 @@ bool is_wbxml(Bytes bytes, uint8_t public_id) {
 
 // The name of the first element, behind declarations, comments and a mark; empty for no XML.
 std::string first_element(std::string_view text) {
-    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    if (text.starts_with(utf8_mark)) text.remove_prefix(utf8_mark.size());
     for (;;) {
         const std::size_t open = text.find_first_not_of(" \t\r\n");
         if (open == std::string_view::npos || text[open] != '<') return {};

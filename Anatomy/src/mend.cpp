@@ -143,11 +143,6 @@ class Mender {
     std::unique_ptr<Mended> out_;
 };
 
-template <typename Item>
-void free_all(std::vector<Item>& items) {
-    std::vector<Item>().swap(items);
-}
-
 }  // namespace
 
 extern "C" {

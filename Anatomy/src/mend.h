@@ -13,6 +13,12 @@
 
 namespace mmskit_anatomy {
 
+// A vector that is assigned {} keeps its memory.
+template <typename Item>
+void free_all(std::vector<Item>& items) {
+    std::vector<Item>().swap(items);
+}
+
 // What mending has to say, in the order in which it is found.
 struct MendNote {
     uint8_t flaw;

@@ -110,7 +110,7 @@ class BodyMender {
                 return false;
             planned_.push_back(planned(carried_[i], read.parts[i]));
         }
-        std::vector<ExactBodyPart>().swap(read.parts);
+        free_all(read.parts);
         meant_.plan(planned_);
         wrong_ = wrong_parts(smil_ != no_part ? text_of_bytes(wire_of(smil_)) : std::string_view());
         if (!view_is_right_ || !wrong_.empty()) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Anatomy/src/bytes_writer.h"
+#include "Anatomy/src/charset.h"
 #include "Anatomy/src/mend.h"
 
 namespace mmskit_anatomy {
@@ -73,10 +74,9 @@ bool has_value(const Header& header, Reads reads) {
 // A text that stands without a quote cannot begin like a length or with a quote, and what begins
 // with a byte order mark is read again without it.
 std::string_view without_lead(std::string_view text) {
-    constexpr std::string_view mark = "\xEF\xBB\xBF";
     for (;;) {
-        if (text.starts_with(mark))
-            text.remove_prefix(mark.size());
+        if (text.starts_with(utf8_mark))
+            text.remove_prefix(utf8_mark.size());
         else if (!text.empty() && (static_cast<unsigned char>(text[0]) < ' ' || text[0] == 0x7F))
             text.remove_prefix(1);
         else

@@ -374,6 +374,8 @@ Attributes::Attributes(const Tag& tag) {
 }
 
 [[gnu::cold]] bool Attributes::grow(size_t bytes) {
+    // A name of one character at least, what ends it, and two quotes. Behind these items nothing is
+    // asked again, so no attribute may take less of the tag.
     constexpr size_t shortest = sizeof "a=\"\"" - 1;
     const uint64_t room = usual_count + 2 + bytes / shortest;
     auto* larger = static_cast<Item*>(allocate_unfilled(room * sizeof(Item)));

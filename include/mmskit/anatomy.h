@@ -174,7 +174,7 @@ typedef struct tMMS_MendedPart {
     uint32_t iLength;      /**< bytes of it */
 } tMMS_MendedPart;
 
-/** What fnMMS_Mend wrote. */
+/** What mending wrote. */
 typedef struct tMMS_Mended {
     const uint8_t* pData; /**< the message for the exact decoders; null when there is none */
     uint32_t iLength;     /**< bytes at pData */
@@ -191,8 +191,10 @@ typedef struct tMMS_Mended {
 
 /** Writes the message for the exact decoders: a PDU of the same type, a body, or the push document
  * as it stands. A message that the exact decoders take whole and rightly comes back byte for byte.
- * The anatomy and its input are borrowed until the result is freed. Null for null and when memory
- * is out; pData is null when the anatomy holds no message. */
+ * Of a presentation that is not shown rightly as few parts as will do get new names, above 4,096
+ * references all of them. The anatomy and its input are borrowed until the result is freed. Null
+ * for null, after fnMMS_MendOnce, and when memory is out; pData is null when the anatomy holds no
+ * message. */
 tMMS_Mended* fnMMS_Mend(const tMMS_Anatomy* anatomy);
 
 /** As fnMMS_Mend, and gives back the memory that only explaining and mending need: it may be half

@@ -335,6 +335,17 @@ TEST(SlideView, NoMessageLeavesTheViewAndARefusedOneAnEmptyView) {
     }
 }
 
+// Attributes in the fewest bytes that they can have, around the number that needs no memory.
+TEST(SlideView, DenseAttributesAreReadInTheirRoom) {
+    for (const size_t count : {0U, 11U, 12U, 13U, 14U, 1000U}) {
+        for (const char* shortest : {"a=''", "a ''"})
+            EXPECT_EQ(seen({smil("<par><img " + repeated(shortest, count) + "src='i'/></par>"),
+                            media("image/gif", "i", "1")}),
+                      "{0 i i=1}")
+                << count << shortest;
+    }
+}
+
 TEST(SlideView, TextsBeyondTheCopyLimitAreLeftOut) {
     const std::string large(200000, 'x');
     std::string pars, expected;
